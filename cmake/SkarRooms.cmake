@@ -18,3 +18,13 @@ function(skar_room)
     target_link_libraries(skar_${ROOM_NAME} PUBLIC ${ROOM_LINKS} PRIVATE skar_warnings ${ROOM_PRIVATE_LINKS})
     set_property(GLOBAL APPEND PROPERTY SKAR_ROOMS skar_${ROOM_NAME})
 endfunction()
+
+# Takes every object of every room into a target. Whole archives would say the same, but CMake refuses them for
+# libraries that also come as the need of one another.
+function(skar_link_rooms target)
+    get_property(rooms GLOBAL PROPERTY SKAR_ROOMS)
+    foreach(room ${rooms})
+        target_sources(${target} PRIVATE $<TARGET_OBJECTS:${room}>)
+    endforeach()
+    target_link_libraries(${target} PRIVATE ${rooms})
+endfunction()
