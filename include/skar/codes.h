@@ -114,8 +114,10 @@ enum class Offset : int { SKAR_CODE_OFFSETS(SKAR_ENTRY) };
 namespace codes {
 
 enum Block : int { SKAR_CODE_BLOCKS(SKAR_ENTRY) };
-enum Single : int { SKAR_CODES(SKAR_ENTRY) };
+#undef SKAR_ENTRY
 
+#define SKAR_ENTRY(name, number, meaning) inline constexpr int name = number;
+SKAR_CODES(SKAR_ENTRY)
 #undef SKAR_ENTRY
 
 constexpr int operator+(Block block, Offset offset) noexcept {
