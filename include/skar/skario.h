@@ -2,8 +2,20 @@
 #define SKAR_SKARIO_H
 
 /* All of the library's interface. */
+#include <skar/codes.h>
+#include <skar/export.h>
+#include <skar/log.h>
 #include <skar/navigation.h>
 #include <skar/sensor.h>
 #include <skar/simplesensor.h>
+#include <skar/time.h>
+#include <skar/version.h>
+
+#ifdef __cplusplus
+#include <skar/errors.h>
+#include <skar/files.h>
+#include <skar/sensortype.h>
+#include <skar/strings.h>
+#endif
 
 #endif

@@ -41,6 +41,16 @@ foreach(file IN LISTS code others)
     endif()
 endforeach()
 
+# <skar/skario.h> alone is enough to call everything.
+file(STRINGS ${ROOT}/include/skar/skario.h whole REGEX "^#include <skar/")
+file(GLOB headers RELATIVE ${ROOT}/include ${ROOT}/include/skar/*.h)
+list(REMOVE_ITEM headers skar/skario.h)
+foreach(header IN LISTS headers)
+    if(NOT "#include <${header}>" IN_LIST whole)
+        list(APPEND findings "include/skar/skario.h does not include <${header}>")
+    endif()
+endforeach()
+
 if(findings)
     list(JOIN findings "\n  " text)
     message(FATAL_ERROR "the house rules are broken:\n  ${text}")
