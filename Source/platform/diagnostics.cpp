@@ -1,7 +1,7 @@
 #include <skar/files.h>
 #include <skar/log.h>
 
-#include "platform/file.h"
+#include "platform/standardstream.h"
 
 #include <boost/algorithm/string/predicate.hpp>
 
@@ -39,23 +39,14 @@ bool namesConsole(const std::string& value) {
     return equalsIgnoringCase(value, "YES") || equalsIgnoringCase(value, "CONSOLE");
 }
 
-// A standard stream is turned to a file only when that can be opened: a reopening that fails leaves it
-// closed.
-bool canBeOpened(const wchar_t* path, const wchar_t* mode) {
-    return SKAR::openFile(path, mode) != nullptr;
-}
-
 void turnToConsole() {
-    if (!canBeOpened(console, L"r") || !canBeOpened(console, L"w")) return;
-    skar::platform::reopenFile(console, "r", stdin);
-    skar::platform::reopenFile(console, "w", stderr);
-    skar::platform::reopenFile(console, "w", stdout);
+    skar::platform::turnStandardStream(console, "r", stdin);
+    skar::platform::turnStandardStream(console, "w", stderr);
+    skar::platform::turnStandardStream(console, "w", stdout);
 }
 
 void turnOutputTo(const std::string& path) {
-    const String wide(path);
-    if (canBeOpened(wide.getTerminatedBuffer(), L"w"))
-        diagnosticsFile() = SKAR::reOpenFile(wide.getTerminatedBuffer(), L"w", stdout);
+    diagnosticsFile() = SKAR::reOpenFile(String(path).getTerminatedBuffer(), L"w", stdout);
 }
 
 int wholeNumber(const std::string& text) {

@@ -1,6 +1,7 @@
 #include <skar/files.h>
 
 #include "platform/file.h"
+#include "platform/standardstream.h"
 
 #include <string>
 
@@ -8,23 +9,12 @@ namespace SKAR {
 
 namespace {
 
-constexpr const wchar_t* nowhere = L"/dev/null";
-
 void close(std::FILE* stream) {
-    if (stream != nullptr) std::fclose(stream);
-}
-
-bool isStandard(const std::FILE* stream) {
-    return stream == stdin || stream == stdout || stream == stderr;
-}
-
-// A standard stream that is closed would be a trap for everything that prints afterwards.
-void leave(std::FILE* stream) {
-    if (isStandard(stream)) {
-        if (skar::platform::reopenFile(nowhere, stream == stdin ? "r" : "w", stream) == nullptr)
-            clearerr(stream);
+    if (stream == nullptr) return;
+    if (skar::platform::isStandardStream(stream)) {
+        skar::platform::leaveStandardStream(stream);
     } else {
-        close(stream);
+        std::fclose(stream);
     }
 }
 
@@ -39,13 +29,15 @@ std::string narrowMode(const wchar_t* mode) {
 } // namespace
 
 boost::shared_ptr<std::FILE> openFile(const wchar_t* path, const wchar_t* mode) {
-    if (path == nullptr) return {};
     return {skar::platform::openFile(path, narrowMode(mode).c_str()), close};
 }
 
 boost::shared_ptr<std::FILE> reOpenFile(const wchar_t* path, const wchar_t* mode, std::FILE* stream) {
-    if (path == nullptr || stream == nullptr) return {};
-    return {skar::platform::reopenFile(path, narrowMode(mode).c_str(), stream), leave};
+    const std::string narrow = narrowMode(mode);
+    if (!skar::platform::isStandardStream(stream))
+        return {skar::platform::reopenFile(path, narrow.c_str(), stream), close};
+    const bool turned = skar::platform::turnStandardStream(path, narrow.c_str(), stream);
+    return {turned ? stream : nullptr, close};
 }
 
 } // namespace SKAR
