@@ -1,4 +1,5 @@
-/* Writes a heading series through the plain functions and reads it back. The argument is an existing folder. */
+/* Writes a heading series through the plain functions and reads it back. The argument is an existing folder.
+ */
 #include <skar/skario.h>
 
 #include <math.h>
@@ -30,7 +31,8 @@ static int read(const wchar_t* line) {
     double minTime, maxTime, minValue, maxValue;
     _TELD_Sensor* gyro = GyroOpenDir(line, L"query", &code);
     if (!gyro) return 11;
-    if (GyroSummary(gyro, &segments, &records, &minTime, &maxTime, &minValue, &maxValue, &status) != 0) return 12;
+    if (GyroSummary(gyro, &segments, &records, &minTime, &maxTime, &minValue, &maxValue, &status) != 0)
+        return 12;
     if (segments != 1 || records != recordCount) return 13;
     for (uint32_t i = 1; i <= records; ++i) {
         double time = 0, heading = 0;

@@ -1,4 +1,5 @@
-// Writes a heading series and reads it back through both interface layers. The argument is an existing folder.
+// Writes a heading series and reads it back through both interface layers. The argument is an existing
+// folder.
 #include <skar/skario.h>
 #include <skar/version.h>
 
