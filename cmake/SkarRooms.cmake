@@ -15,6 +15,8 @@ function(skar_room)
     target_include_directories(skar_${ROOM_NAME} PUBLIC ${doorway} ${PROJECT_SOURCE_DIR}/include
                                                         ${PROJECT_BINARY_DIR}/include)
     target_compile_definitions(skar_${ROOM_NAME} PRIVATE SKAR_BUILDING)
+    # Exceptions name the source file they were thrown from: its path in the tree, not the builder's.
+    target_compile_options(skar_${ROOM_NAME} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
     target_link_libraries(skar_${ROOM_NAME} PUBLIC ${ROOM_LINKS} PRIVATE skar_warnings ${ROOM_PRIVATE_LINKS})
     set_property(GLOBAL APPEND PROPERTY SKAR_ROOMS skar_${ROOM_NAME})
 endfunction()

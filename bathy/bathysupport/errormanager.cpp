@@ -2,6 +2,8 @@
 
 #include <ostream>
 
+namespace MORVAPP {
+
 namespace {
 
 constexpr long nothingReported = 0;
@@ -69,3 +71,5 @@ long MORVAErrorManager::translate(const std::exception& caught) noexcept {
         return skar::codes::withoutCode;
     }
 }
+
+} // namespace MORVAPP

@@ -160,6 +160,8 @@ class SKAR_API ReadError : public bathy::error::BathyException {};
 
 class SKAR_API ContactError : public bathy::error::BathyException {};
 
+namespace MORVAPP {
+
 // A failure that was noted: its number and a further text.
 class SKAR_API MORVAErrorInfo {
 public:
@@ -181,7 +183,7 @@ public:
 
 // Keeps the failures of the process, the newest last, at most as many as `capacity`. May be used from several
 // threads at once.
-class SKAR_API MORVAErrorManager : public MORVAPP::MORVAObject {
+class SKAR_API MORVAErrorManager : public MORVAObject {
 public:
     static constexpr std::size_t capacity = 256;
     static MORVAErrorManager& instance();
@@ -210,6 +212,12 @@ private:
     std::deque<std::shared_ptr<const MORVAErrorInfo>> records;
     long reported;
 };
+
+} // namespace MORVAPP
+
+using MORVAPP::MORVAErrorInfo;
+using MORVAPP::MORVAErrorManager;
+using MORVAPP::MORVAExceptionInfo;
 
 // The message bundles of the process. A key is a path of table names, separated by '/'.
 class SKAR_API BathyResource {

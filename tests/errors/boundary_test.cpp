@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <cstdint>
+#include <sstream>
 #include <stdexcept>
 
 namespace {
@@ -177,7 +177,7 @@ TEST_F(ErrorManager, DoesNotRepeatANumberTwiceInARow) {
 }
 
 TEST_F(ErrorManager, TellsItsType) {
-    EXPECT_EQ(manager.toText(), "<MORVAObject typeid=\"MORVAErrorManager\"/>\n");
+    EXPECT_EQ(manager.toText(), "<MORVAObject typeid=\"MORVAPP::MORVAErrorManager\"/>\n");
 }
 
 } // namespace

@@ -54,6 +54,9 @@ TEST(Resource, DataThatIsNoBundleIsRefusedWithTheNameOfTheError) {
         ASSERT_NE(name, nullptr);
         EXPECT_EQ(name->substr(0, 2), "U_");
         EXPECT_EQ(thrown.messageId(), "MESSAGE_ID_INTERNAL_ERROR");
+        const char* const* source = boost::get_error_info<boost::throw_file>(thrown);
+        ASSERT_NE(source, nullptr);
+        EXPECT_STREQ(*source, "bathy/bathysupport/resource.cpp");
     }
     EXPECT_EQ(BathyResource::instance().bundle("Rubbish"), nullptr);
 }

@@ -6,8 +6,6 @@
 #include <regex>
 #include <sstream>
 #include <stdexcept>
-#include <thread>
-#include <vector>
 
 namespace {
 
@@ -183,24 +181,6 @@ TEST_F(DebugLog, SettingTheLoggerThatIsSetKeepsIt) {
     SKAR::setDebugLogger(SKAR::getDebugLogger());
     skarDebugLog(1, "still here\n");
     expectLines(std::string(stamp) + "still here\n");
-}
-
-TEST_F(DebugLog, LinesOfSeveralThreadsDoNotMix) {
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([] {
-            for (int line = 0; line < 200; ++line)
-                skarDebugLog(1, "whole line\n");
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    std::istringstream lines(out.str());
-    const std::regex whole(std::string(stamp) + "whole line");
-    int count = 0;
-    for (std::string line; std::getline(lines, line); ++count)
-        ASSERT_TRUE(std::regex_match(line, whole)) << line;
-    EXPECT_EQ(count, 800);
 }
 
 } // namespace
