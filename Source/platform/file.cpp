@@ -378,6 +378,28 @@ std::FILE* reopenFile(const wchar_t* path, const char* mode, std::FILE* stream) 
     return openFile(path, mode);
 }
 
+bool readFile(const wchar_t* path, std::size_t most, std::string& bytes) {
+    bytes.clear();
+    std::FILE* stream = openFile(path, "rb");
+    if (stream == nullptr) {
+        return false;
+    }
+    std::array<char, 65536> block;
+    errno = 0;
+    for (std::size_t n;
+         bytes.size() <= most && (n = std::fread(block.data(), 1, block.size(), stream)) > 0;) {
+        bytes.append(block.data(), n);
+    }
+    const int error = bytes.size() > most ? EFBIG : std::ferror(stream) != 0 ? errno : 0;
+    std::fclose(stream);
+    if (error != 0) {
+        bytes.clear();
+        errno = error;
+        return failed({});
+    }
+    return true;
+}
+
 bool pathAccessible(const wchar_t* path) {
     FileStatus ignored;
     return fileStatus(path, ignored);

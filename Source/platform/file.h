@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -84,6 +85,9 @@ FileBackend* setFileBackend(FileBackend* backend) noexcept;
 std::FILE* openFile(const wchar_t* path, const char* mode);
 // Closes the stream, if there is one, and opens the path. The stream given is gone whatever comes back.
 std::FILE* reopenFile(const wchar_t* path, const char* mode, std::FILE* stream);
+
+// Reads a whole file; one of more than `most` bytes fails with EFBIG.
+bool readFile(const wchar_t* path, std::size_t most, std::string& bytes);
 
 // All of these return true on success; on failure errno and the last error are set.
 bool pathAccessible(const wchar_t* path);
