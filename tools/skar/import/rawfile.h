@@ -1,0 +1,148 @@
+#pragma once
+
+#include "import/bytes.h"
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+// What the readers of raw files hand over: series of timed values in the units of the store, what was wrong
+// with the file, and what it holds beyond that. Nothing here knows the library.
+namespace skar::import {
+
+// UTC as microseconds since 1970-01-01, every day 86400 seconds long, as all these files count.
+using Micros = std::int64_t;
+constexpr Micros microsPerSecond = 1'000'000;
+constexpr Micros microsPerDay = 86'400 * microsPerSecond;
+
+// Midnight of a calendar day; nothing for a day that the calendar does not have.
+std::optional<Micros> midnight(int year, int month, int day);
+struct CalendarDay {
+    int year = 0;
+    int month = 0;
+    int day = 0;
+};
+CalendarDay calendarDay(Micros time);
+// "2022-11-09T12:36:54.649Z"
+std::string utcText(Micros time);
+
+struct PositionFix {
+    Micros time = 0;
+    double latitude = 0.0;  // radians, north positive
+    double longitude = 0.0; // radians, east positive
+    double accuracy = 0.0;  // metres as the source states it, 0 when it states none
+};
+
+struct TimedValue {
+    Micros time = 0;
+    double value = 0.0; // radians; heave in metres
+};
+
+enum class ScalarKind { gyro, heave, pitch, roll };
+constexpr std::size_t scalarKinds = 4;
+
+template <typename Record>
+struct Series {
+    std::vector<Record> records;
+    std::string origin;          // what in the file it was taken from
+    std::uint64_t stepsBack = 0; // places where the file's own order is not the order of time
+};
+
+enum class ProblemKind {
+    checksum,
+    length,
+    framing,
+    truncated,
+    unparsable,
+    noDate,
+    badValue,
+    noFix,
+    noValue,
+    datedLater,
+    clockJump,
+};
+constexpr std::size_t problemKinds = 11;
+
+struct ProblemMeaning {
+    const char* key;
+    const char* text;
+    bool loss; // measurements that the file may hold did not come through
+};
+const ProblemMeaning& meaning(ProblemKind kind);
+
+struct Problem {
+    std::uint64_t count = 0;
+    std::uint64_t bytes = 0;            // of the file that were passed over
+    std::vector<std::uint64_t> offsets; // of the first few
+};
+
+class Problems {
+public:
+    static constexpr std::size_t offsetsKept = 5;
+    void add(ProblemKind kind, std::uint64_t offset, std::uint64_t bytes = 0);
+    const Problem& operator[](ProblemKind kind) const { return table_[static_cast<std::size_t>(kind)]; }
+    bool anyLoss() const;
+
+private:
+    std::array<Problem, problemKinds> table_;
+};
+
+// Something of the file that was read and stays behind.
+struct LeftOut {
+    std::string what;
+    std::uint64_t count = 0;
+    std::string reason;
+};
+
+struct RawData {
+    std::string format;
+    Series<PositionFix> navigation;
+    std::array<Series<TimedValue>, scalarKinds> scalars;
+    Problems problems;
+    std::vector<LeftOut> leftOut;
+    std::vector<std::string> conventions; // signs, frames and time scale, a sentence each
+    std::string heaveSign;                // "positive downwards" and the like; empty without heave
+
+    Series<TimedValue>& operator[](ScalarKind kind) { return scalars[static_cast<std::size_t>(kind)]; }
+    const Series<TimedValue>& operator[](ScalarKind kind) const {
+        return scalars[static_cast<std::size_t>(kind)];
+    }
+    std::uint64_t records() const;
+};
+
+// Counts things left behind while a file is read; the rows come out in the order of their first sight.
+class LeftOutCounter {
+public:
+    void add(std::string_view what, std::string_view reason, std::uint64_t count = 1);
+    std::vector<LeftOut> take() { return std::move(rows_); }
+
+private:
+    std::vector<LeftOut> rows_;
+};
+
+// Puts every series in order of time, records of one time in the order of the file, and counts the steps
+// back.
+void sortByTime(RawData& data);
+
+constexpr double radiansFromDegrees(double degrees) {
+    return degrees * 3.141592653589793 / 180.0;
+}
+
+// A file format. One row per format in the table behind formats().
+struct RawFormat {
+    const char* name;
+    const char* extensions; // separated by blanks, lower case
+    bool (*matches)(Bytes head);
+    RawData (*read)(ByteSource& source);
+};
+std::span<const RawFormat> formats();
+
+// By content, and where that tells nothing by the extension of the name; null when neither does.
+const RawFormat* detectFormat(ByteSource& source, std::string_view fileName);
+
+} // namespace skar::import
