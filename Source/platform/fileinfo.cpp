@@ -1,8 +1,7 @@
+#include "platform/byteblock.h"
 #include "platform/file.h"
 
 #include <skar/platform.h>
-
-#include <boost/endian/conversion.hpp>
 
 #include <algorithm>
 #include <array>
@@ -16,33 +15,11 @@
 #include <string_view>
 #include <vector>
 
+using skar::platform::ByteBlock;
+
 namespace {
 
 constexpr std::size_t textCapacity = 256;
-
-// A stretch of bytes with little-endian words in it; what is outside reads as nothing.
-class Block {
-public:
-    Block() = default;
-    explicit Block(std::vector<unsigned char> content) : bytes(std::move(content)) {}
-
-    std::size_t size() const { return bytes.size(); }
-    std::optional<std::uint16_t> word16(std::size_t at) const {
-        if (at + 2 > bytes.size()) {
-            return std::nullopt;
-        }
-        return boost::endian::load_little_u16(bytes.data() + at);
-    }
-    std::optional<std::uint32_t> word32(std::size_t at) const {
-        if (at + 4 > bytes.size()) {
-            return std::nullopt;
-        }
-        return boost::endian::load_little_u32(bytes.data() + at);
-    }
-
-private:
-    std::vector<unsigned char> bytes;
-};
 
 class ProgramFile {
 public:
@@ -53,20 +30,20 @@ public:
     }
 
     // The bytes of the version resource, empty without one.
-    Block versionResource() {
+    ByteBlock versionResource() {
         constexpr std::uint32_t versionType = 16;
         constexpr std::size_t largestVersion = 0x10000;
         const auto names = child(0, versionType);
         const auto languages = names ? child(*names, std::nullopt) : std::nullopt;
         const auto entry = languages ? child(*languages, std::nullopt) : std::nullopt;
         if (!entry || (*entry & subdirectory) != 0) {
-            return Block();
+            return ByteBlock();
         }
-        const Block data = resourceBytes(*entry, 8);
+        const ByteBlock data = resourceBytes(*entry, 8);
         const auto address = data.word32(0);
         const auto size = data.word32(4);
         if (!address || !size) {
-            return Block();
+            return ByteBlock();
         }
         return at(*address, std::min<std::size_t>(*size, largestVersion));
     }
@@ -84,11 +61,11 @@ private:
     };
 
     // Exactly `size` bytes, or none.
-    Block fileBytes(std::uint64_t position, std::size_t size) {
+    ByteBlock fileBytes(std::uint64_t position, std::size_t size) {
         std::vector<unsigned char> bytes(size);
         const bool good = std::fseek(stream.get(), static_cast<long>(position), SEEK_SET) == 0 &&
                           std::fread(bytes.data(), 1, size, stream.get()) == size;
-        return good ? Block(std::move(bytes)) : Block();
+        return good ? ByteBlock(std::move(bytes)) : ByteBlock();
     }
 
     void readHeaders() {
@@ -97,13 +74,13 @@ private:
             return;
         }
         const std::uint64_t header = *start.word32(60);
-        const Block file = fileBytes(header, 24);
+        const ByteBlock file = fileBytes(header, 24);
         if (file.word32(0) != 0x00004550u) {
             return;
         }
         const std::size_t sectionCount = *file.word16(6);
         const std::size_t optionalSize = *file.word16(20);
-        const Block optional = fileBytes(header + 24, optionalSize);
+        const ByteBlock optional = fileBytes(header + 24, optionalSize);
         const auto magic = optional.word16(0);
         if (magic != 0x10B && magic != 0x20B) {
             return;
@@ -116,7 +93,7 @@ private:
             return;
         }
         constexpr std::size_t sectionSize = 40;
-        const Block table = fileBytes(header + 24 + optionalSize, sectionCount * sectionSize);
+        const ByteBlock table = fileBytes(header + 24 + optionalSize, sectionCount * sectionSize);
         for (std::size_t i = 0; i < table.size(); i += sectionSize) {
             sections.push_back({*table.word32(i + 12), *table.word32(i + 16), *table.word32(i + 20)});
         }
@@ -124,22 +101,22 @@ private:
     }
 
     // The bytes at an address of the loaded program.
-    Block at(std::uint32_t address, std::size_t size) {
+    ByteBlock at(std::uint32_t address, std::size_t size) {
         for (const Section& section : sections) {
             if (address >= section.address && address - section.address < section.size) {
                 const std::uint32_t offset = address - section.address;
                 if (size > section.size - offset) {
-                    return Block();
+                    return ByteBlock();
                 }
                 return fileBytes(std::uint64_t{section.position} + offset, size);
             }
         }
-        return Block();
+        return ByteBlock();
     }
 
-    Block resourceBytes(std::uint32_t offset, std::size_t size) {
+    ByteBlock resourceBytes(std::uint32_t offset, std::size_t size) {
         if (!resources || offset > 0xFFFFFFFFu - *resources) {
-            return Block();
+            return ByteBlock();
         }
         return at(*resources + offset, size);
     }
@@ -152,12 +129,12 @@ private:
             return std::nullopt;
         }
         const std::uint32_t offset = directory & ~subdirectory;
-        const Block header = resourceBytes(offset, headerSize);
+        const ByteBlock header = resourceBytes(offset, headerSize);
         if (header.size() == 0) {
             return std::nullopt;
         }
         const std::uint32_t count = std::uint32_t{*header.word16(12)} + *header.word16(14);
-        const Block entries = resourceBytes(offset + headerSize, count * entrySize);
+        const ByteBlock entries = resourceBytes(offset + headerSize, count * entrySize);
         for (std::size_t i = 0; i < entries.size(); i += entrySize) {
             if (!number || entries.word32(i) == *number) {
                 return entries.word32(i + 4);
@@ -182,14 +159,14 @@ bool sameKey(std::wstring_view a, std::wstring_view b) {
 // bounds.
 class VersionNode {
 public:
-    VersionNode(const Block& resource, std::size_t start, std::size_t limit) : block(resource) {
+    VersionNode(const ByteBlock& resource, std::size_t start, std::size_t limit) : block(resource) {
         const auto length = block.word16(start);
         const auto stated = block.word16(start + 2);
         if (!length || !stated || *length < 6 || start + *length > limit) {
             return;
         }
         std::size_t at = start + 6;
-        key = text(at, start + *length);
+        key = block.utf16(at, start + *length);
         value = std::min(aligned(at + 2 * (key.size() + 1)), start + *length);
         valueLength = *stated;
         end = start + *length;
@@ -197,25 +174,6 @@ public:
     }
 
     static std::size_t aligned(std::size_t at) { return (at + 3) & ~std::size_t{3}; }
-
-    // UTF-16 units up to a terminator or the limit, as code points.
-    std::wstring text(std::size_t at, std::size_t limit) const {
-        std::wstring result;
-        for (; at + 2 <= limit; at += 2) {
-            const auto unit = block.word16(at);
-            if (!unit || *unit == 0) {
-                break;
-            }
-            const auto next = at + 4 <= limit ? block.word16(at + 2) : std::nullopt;
-            if ((*unit & 0xFC00) == 0xD800 && next && (*next & 0xFC00) == 0xDC00) {
-                result.push_back(static_cast<wchar_t>(0x10000 + ((*unit & 0x3FFu) << 10) + (*next & 0x3FFu)));
-                at += 2;
-            } else {
-                result.push_back((*unit & 0xF800) == 0xD800 ? L'\uFFFD' : static_cast<wchar_t>(*unit));
-            }
-        }
-        return result;
-    }
 
     // The node of a key behind the value, which has `valueSize` bytes.
     std::optional<VersionNode> child(std::size_t valueSize, std::wstring_view name) const {
@@ -232,7 +190,7 @@ public:
         return std::nullopt;
     }
 
-    const Block& block;
+    const ByteBlock& block;
     std::wstring key;
     std::size_t value = 0;
     std::size_t valueLength = 0;
@@ -247,7 +205,7 @@ struct FileInfo {
 
 std::optional<FileInfo> readFileInfo(const wchar_t* path) {
     constexpr std::uint32_t fixedSignature = 0xFEEF04BDu;
-    const Block resource = ProgramFile(path).versionResource();
+    const ByteBlock resource = ProgramFile(path).versionResource();
     const VersionNode root(resource, 0, resource.size());
     if (!root.valid || root.key != L"VS_VERSION_INFO" || resource.word32(root.value) != fixedSignature) {
         return std::nullopt;
@@ -265,7 +223,7 @@ std::optional<FileInfo> readFileInfo(const wchar_t* path) {
     const auto table = strings ? strings->child(0, L"040904b0") : std::nullopt;
     const auto text = table ? table->child(0, L"FileDescription") : std::nullopt;
     if (text) {
-        info.description = text->text(text->value, text->end);
+        info.description = resource.utf16(text->value, text->end);
     }
     return info;
 }

@@ -1,17 +1,17 @@
+#include "platform/byteblock.h"
 #include "platform/file.h"
 
 #include <skar/platform.h>
 
-#include <libbfio.h>
-#include <liblnk.h>
-
+#include <algorithm>
 #include <cstdint>
 #include <cwchar>
 #include <optional>
 #include <string>
-#include <vector>
+#include <string_view>
 
 using MORVAPP::MORVAUString;
+using skar::platform::ByteBlock;
 
 namespace {
 
@@ -19,52 +19,112 @@ constexpr std::size_t largestShortcut = 1 << 20;
 constexpr int mostShortcuts = 40;
 constexpr wchar_t extension[] = L".lnk";
 
-// What a shortcut says of its target, nearest first.
-using Targets = std::vector<std::wstring>;
+// The target of a shortcut file: relative to itself, on a local volume, on a network share. Empty where it is
+// not given, all empty if the bytes are no shortcut.
+struct Targets {
+    std::wstring relative;
+    std::wstring local;
+    std::wstring network;
+};
 
-class ShortcutFile {
+class ShortcutReader {
 public:
-    // `bytes` must stay while the object lives.
-    explicit ShortcutFile(std::string& bytes) {
-        opened = libbfio_memory_range_initialize(&memory, nullptr) == 1 &&
-                 libbfio_memory_range_set(memory, reinterpret_cast<std::uint8_t*>(bytes.data()), bytes.size(),
-                                          nullptr) == 1 &&
-                 liblnk_check_file_signature_file_io_handle(memory, nullptr) == 1 &&
-                 liblnk_file_initialize(&file, nullptr) == 1 &&
-                 liblnk_file_open_file_io_handle(file, memory, LIBLNK_OPEN_READ, nullptr) == 1;
-    }
-    ShortcutFile(const ShortcutFile&) = delete;
-    ShortcutFile& operator=(const ShortcutFile&) = delete;
-    ~ShortcutFile() {
-        if (opened) {
-            liblnk_file_close(file, nullptr);
-        }
-        if (file != nullptr) {
-            liblnk_file_free(&file, nullptr);
-        }
-        if (memory != nullptr) {
-            libbfio_handle_free(&memory, nullptr);
-        }
-    }
+    explicit ShortcutReader(const std::string& content) : bytes(content) {}
 
-    using SizeOf = int (*)(liblnk_file_t*, size_t*, liblnk_error_t**);
-    using TextOf = int (*)(liblnk_file_t*, std::uint8_t*, size_t, liblnk_error_t**);
-    std::wstring text(SizeOf sizeOf, TextOf textOf) {
-        std::size_t size = 0;
-        if (!opened || sizeOf(file, &size, nullptr) != 1 || size == 0 || size > largestShortcut) {
+    Targets read() {
+        constexpr std::uint32_t headerSize = 76;
+        constexpr std::string_view classId("\x01\x14\x02\x00\x00\x00\x00\x00\xC0\x00\x00\x00\x00\x00\x00\x46",
+                                           16);
+        const auto flags = bytes.word32(20);
+        if (bytes.word32(0) != headerSize || !flags) {
             return {};
         }
-        std::string utf8(size, '\0');
-        if (textOf(file, reinterpret_cast<std::uint8_t*>(utf8.data()), size, nullptr) != 1) {
-            return {};
+        for (std::size_t i = 0; i < classId.size(); ++i) {
+            if (bytes.byte(4 + i) != static_cast<std::uint8_t>(classId[i])) {
+                return {};
+            }
         }
-        return MORVAUString(utf8.c_str()).toWide();
+        Targets targets;
+        std::size_t at = headerSize;
+        if ((*flags & hasIdList) != 0) {
+            at += 2 + std::size_t{bytes.word16(at).value_or(0)};
+        }
+        if ((*flags & hasLinkInfo) != 0) {
+            at += readLinkInfo(at, targets);
+        }
+        const std::size_t unit = (*flags & isUnicode) != 0 ? 2 : 1;
+        if ((*flags & hasName) != 0) {
+            at += 2 + unit * bytes.word16(at).value_or(0);
+        }
+        if ((*flags & hasRelativePath) != 0) {
+            const std::size_t end = at + 2 + unit * bytes.word16(at).value_or(0);
+            if (end <= bytes.size()) {
+                targets.relative = unit == 2 ? bytes.utf16(at + 2, end) : windowsText(at + 2, end);
+            }
+        }
+        return targets;
     }
 
 private:
-    libbfio_handle_t* memory = nullptr;
-    liblnk_file_t* file = nullptr;
-    bool opened = false;
+    enum Flag : std::uint32_t {
+        hasIdList = 0x01,
+        hasLinkInfo = 0x02,
+        hasName = 0x04,
+        hasRelativePath = 0x08,
+        isUnicode = 0x80,
+    };
+
+    std::wstring windowsText(std::size_t at, std::size_t limit) const {
+        return MORVAUString(bytes.narrow(at, limit).c_str(), "windows-1252").toWide();
+    }
+
+    // The text that a word of a structure gives the place of, in UTF-16 if the structure has a place for that
+    // too.
+    std::wstring textAt(std::size_t start, std::size_t end, std::size_t narrowWord,
+                        std::optional<std::size_t> wideWord) const {
+        const auto wide = wideWord ? bytes.word32(start + *wideWord).value_or(0) : 0;
+        if (wide != 0) {
+            return bytes.utf16(start + wide, end);
+        }
+        const auto narrow = bytes.word32(start + narrowWord).value_or(0);
+        return narrow == 0 ? std::wstring() : windowsText(start + narrow, end);
+    }
+
+    // Returns the size of the structure; what does not fit the file ends the reading behind it.
+    std::size_t readLinkInfo(std::size_t at, Targets& targets) const {
+        constexpr std::uint32_t hasLocalPath = 1;
+        constexpr std::uint32_t hasNetworkPath = 2;
+        constexpr std::uint32_t headerWithUnicode = 36;
+        constexpr std::uint32_t networkWithUnicode = 20;
+        const auto size = bytes.word32(at);
+        const auto header = bytes.word32(at + 4);
+        const auto flags = bytes.word32(at + 8);
+        if (!size || !header || !flags || *size > bytes.size() - at) {
+            return bytes.size();
+        }
+        const std::size_t end = at + *size;
+        const bool unicode = *header >= headerWithUnicode;
+        const auto word = [unicode](std::size_t place) {
+            return unicode ? std::optional<std::size_t>(place) : std::nullopt;
+        };
+        const std::wstring suffix = textAt(at, end, 24, word(32));
+        if ((*flags & hasLocalPath) != 0) {
+            targets.local = textAt(at, end, 16, word(28)) + suffix;
+        }
+        const auto network = bytes.word32(at + 20);
+        if ((*flags & hasNetworkPath) != 0 && network && *network < *size) {
+            const std::size_t start = at + *network;
+            const bool wide = bytes.word32(start + 8).value_or(0) > networkWithUnicode;
+            targets.network =
+                textAt(start, end, 8, wide ? std::optional<std::size_t>(networkWithUnicode) : std::nullopt);
+            if (!targets.network.empty() && !suffix.empty()) {
+                targets.network += L'\\' + suffix;
+            }
+        }
+        return *size;
+    }
+
+    ByteBlock bytes;
 };
 
 bool isSeparator(wchar_t c) {
@@ -104,18 +164,12 @@ std::optional<std::wstring> targetOf(const std::wstring& shortcut) {
     if (!skar::platform::readFile(shortcut.c_str(), largestShortcut, bytes) || bytes.empty()) {
         return std::nullopt;
     }
-    ShortcutFile file(bytes);
-    Targets targets;
-    const std::wstring relative =
-        file.text(liblnk_file_get_utf8_relative_path_size, liblnk_file_get_utf8_relative_path);
-    if (!relative.empty()) {
-        targets.push_back(besideShortcut(shortcut, relative));
-    }
-    targets.push_back(file.text(liblnk_file_get_utf8_local_path_size, liblnk_file_get_utf8_local_path));
-    targets.push_back(file.text(liblnk_file_get_utf8_network_path_size, liblnk_file_get_utf8_network_path));
-    for (const std::wstring& target : targets) {
-        if (!target.empty() && skar::platform::pathAccessible(target.c_str())) {
-            return target;
+    const Targets targets = ShortcutReader(bytes).read();
+    const std::wstring near =
+        targets.relative.empty() ? std::wstring() : besideShortcut(shortcut, targets.relative);
+    for (const std::wstring* target : {&near, &targets.local, &targets.network}) {
+        if (!target->empty() && skar::platform::pathAccessible(target->c_str())) {
+            return *target;
         }
     }
     return std::nullopt;
