@@ -1,0 +1,88 @@
+#pragma once
+
+#include <skar/sensor.h>
+
+#include <cmath>
+#include <cstdint>
+
+// The scale codings of the store: a physical value to a stored word and back. Rounding is half away from
+// zero.
+//
+// An encoder gives false for a value that has no 64-bit result (NaN, infinity, beyond 2^63) and sets the word
+// to 0; a result wider than the word keeps its low 32 bits. A record with such a value is refused by its
+// family; an extent that never widened is stored as the word stands.
+namespace skar::fileio {
+
+inline double roundAwayFromZero(double value) noexcept {
+    return std::trunc(value < 0.0 ? value - 0.5 : value + 0.5);
+}
+
+// The low 32 bits of a whole number held in a double.
+inline bool lowWord(double whole, std::uint32_t& word) noexcept {
+    constexpr double limit = 9223372036854775808.0; // 2^63
+    if (!(whole >= -limit && whole < limit)) {
+        word = 0;
+        return false;
+    }
+    word = static_cast<std::uint32_t>(static_cast<std::int64_t>(whole));
+    return true;
+}
+
+inline bool roundToWord(double value, std::uint32_t& word) noexcept {
+    return lowWord(roundAwayFromZero(value), word);
+}
+
+// Steps of 0.001, saturating beyond two million: metres, and the millis coding of the simple sensors.
+inline bool TELD_EncodeMeters(double value, std::uint32_t& word) noexcept {
+    if (value > 2000000.0) {
+        word = 0x7FFFFFFF;
+        return true;
+    }
+    if (value < -2000000.0) {
+        word = 0x80000000;
+        return true;
+    }
+    return roundToWord(value * 1000.0, word);
+}
+inline double TELD_DecodeMeters(std::int32_t value) noexcept {
+    return value / 1000.0;
+}
+
+// Steps of 1e-7 without a clamp: radians, and the fine coding of the simple sensors.
+inline bool TELD_EncodeRadians(double value, std::uint32_t& word) noexcept {
+    return roundToWord(value * 1e7, word);
+}
+inline double TELD_DecodeRadians(std::int32_t value) noexcept {
+    return value / 1e7;
+}
+
+// The reference minute of a file, from the time of its first record in seconds.
+inline bool TELD_EncodeRefTime(double seconds, std::uint32_t& word) noexcept {
+    return roundToWord(seconds / 60.0, word);
+}
+
+// Ticks of the clock from the reference minute.
+inline bool TELD_EncodeTime(double seconds, std::int32_t referenceTime, std::int32_t clockAccuracy,
+                            std::uint32_t& word) noexcept {
+    return roundToWord((seconds - referenceTime * 60.0) * clockAccuracy, word);
+}
+inline double TELD_DecodeTime(std::int32_t value, std::int32_t referenceTime,
+                              std::int32_t clockAccuracy) noexcept {
+    return static_cast<double>(value) / clockAccuracy + referenceTime * 60.0;
+}
+
+// The reference position of a file, steps of 1e-7.
+inline bool TELD_EncodeRefPosition(double position, std::uint32_t& word) noexcept {
+    return roundToWord(position / 1e-7, word);
+}
+
+// Steps of scale * 1e-9 from the reference position.
+inline bool TELD_EncodePosition(double position, std::int32_t reference, std::int32_t scale,
+                                std::uint32_t& word) noexcept {
+    return roundToWord((position - reference * 1e-7) / (scale * 1e-9), word);
+}
+inline double TELD_DecodePosition(std::int32_t value, std::int32_t reference, std::int32_t scale) noexcept {
+    return static_cast<double>(value) * scale * 1e-9 + reference * 1e-7;
+}
+
+} // namespace skar::fileio

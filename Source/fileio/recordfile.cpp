@@ -1,0 +1,103 @@
+#include "fileio/recordfile.h"
+
+#include "platform/positionedio.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace skar::fileio {
+
+namespace {
+
+constexpr std::size_t bufferSize = 64 * 1024;
+constexpr std::size_t largestReadAhead = 64 * 1024;
+constexpr std::size_t firstReadAhead = 4 * 1024;
+
+} // namespace
+
+RecordFile::RecordFile(std::FILE* file) noexcept : file_(file) {}
+
+std::int64_t RecordFile::size() const noexcept {
+    return platform::streamSize(file_);
+}
+
+bool RecordFile::reserve(std::size_t size) {
+    if (size <= capacity_) return true;
+    std::unique_ptr<std::byte[]> larger(new (std::nothrow) std::byte[size]);
+    if (!larger) return false;
+    window_ = std::move(larger);
+    capacity_ = size;
+    return true;
+}
+
+const std::byte* RecordFile::readBeyond(std::size_t size) {
+    if (pending_ != 0 && !flushPending()) return nullptr;
+    // Whoever goes on where the window ends is reading in order and gets more each time; whoever jumps gets
+    // the record alone.
+    const bool inOrder =
+        windowSize_ > 0 && position_ > windowStart_ && position_ <= windowStart_ + windowSize_;
+    readAhead_ = inOrder ? std::clamp(readAhead_ * 4, firstReadAhead, largestReadAhead) : 0;
+    const std::size_t wanted = std::max(size, readAhead_);
+    windowSize_ = 0;
+    if (!reserve(wanted)) return nullptr;
+    std::size_t got = 0;
+    if (!platform::readAt(file_, position_, window_.get(), wanted, got)) failed_ = true;
+    windowStart_ = position_;
+    windowSize_ = static_cast<std::int64_t>(got);
+    if (got < size) return nullptr;
+    position_ += static_cast<std::int64_t>(size);
+    return window_.get();
+}
+
+bool RecordFile::append(const void* bytes, std::size_t size) {
+    if (!buffer_) {
+        buffer_.reset(new (std::nothrow) std::byte[bufferSize]);
+        if (!buffer_) return false;
+    }
+    if (size > bufferSize - pending_) {
+        if (!flushPending()) return false;
+        if (size > bufferSize) return write(bytes, size);
+    }
+    std::memcpy(buffer_.get() + pending_, bytes, size);
+    pending_ += size;
+    return true;
+}
+
+bool RecordFile::flushPending() noexcept {
+    if (pending_ == 0) return true;
+    forget(position_, pending_);
+    if (!platform::writeAt(file_, position_, buffer_.get(), pending_)) {
+        failed_ = true;
+        return false;
+    }
+    position_ += static_cast<std::int64_t>(pending_);
+    pending_ = 0;
+    return true;
+}
+
+bool RecordFile::write(const void* bytes, std::size_t size) {
+    if (!flushPending()) return false;
+    forget(position_, size);
+    if (!platform::writeAt(file_, position_, bytes, size)) {
+        failed_ = true;
+        return false;
+    }
+    position_ += static_cast<std::int64_t>(size);
+    return true;
+}
+
+bool RecordFile::flush() noexcept {
+    if (!flushPending()) return false;
+    if (std::fflush(file_) == 0) return true;
+    failed_ = true;
+    return false;
+}
+
+// The window must not show what stood in the file before.
+void RecordFile::forget(std::int64_t from, std::size_t size) noexcept {
+    if (from < windowStart_ + windowSize_ && from + static_cast<std::int64_t>(size) > windowStart_)
+        windowSize_ = 0;
+}
+
+} // namespace skar::fileio

@@ -1,0 +1,70 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+
+// The data file of a handle as a run of bytes, read through a window and written through a buffer.
+//
+// Reads in order cost a system call per window; a read elsewhere costs one of just its size. The window is
+// never a mapping: a file that was cut short under the handle gives a short read, not a signal. What is
+// written is seen by the next read.
+namespace skar::fileio {
+
+class RecordFile {
+public:
+    explicit RecordFile(std::FILE* file) noexcept;
+
+    // Where the next read or append goes.
+    std::int64_t position() const noexcept { return position_ + static_cast<std::int64_t>(pending_); }
+    // False when what was appended before could not be written.
+    bool seek(std::int64_t position) noexcept {
+        if (pending_ != 0 && !flushPending()) return false;
+        position_ = position;
+        return position >= 0;
+    }
+
+    // The next `size` bytes, valid until the next call; null when they are not all there. Moves behind them
+    // on success.
+    const std::byte* read(std::size_t size) {
+        const std::int64_t ahead = position_ - windowStart_;
+        if (ahead >= 0 && ahead + static_cast<std::int64_t>(size) <= windowSize_) [[likely]] {
+            position_ += static_cast<std::int64_t>(size);
+            return window_.get() + ahead;
+        }
+        return readBeyond(size);
+    }
+
+    // Appends at the position through the buffer. False when the buffer could not be written; the bytes given
+    // are then not taken.
+    bool append(const void* bytes, std::size_t size);
+    // Overwrites in place at once and moves behind the bytes.
+    bool write(const void* bytes, std::size_t size);
+    // Hands everything on to the system.
+    bool flush() noexcept;
+    // Whether the stream or a read or write of this object failed, end of file aside.
+    bool failed() const noexcept { return failed_ || std::ferror(file_); }
+
+    // Bytes in the file, or -1.
+    std::int64_t size() const noexcept;
+
+private:
+    const std::byte* readBeyond(std::size_t size);
+    bool flushPending() noexcept;
+    bool reserve(std::size_t size);
+    void forget(std::int64_t from, std::size_t size) noexcept;
+
+    std::FILE* file_;
+    std::int64_t position_ = 0;
+    std::int64_t windowStart_ = 0;
+    std::int64_t windowSize_ = 0;
+    std::unique_ptr<std::byte[]> window_;
+    std::size_t capacity_ = 0;
+    std::size_t readAhead_ = 0;
+    std::unique_ptr<std::byte[]> buffer_;
+    std::size_t pending_ = 0; // bytes in the buffer, to go to the file at position_
+    bool failed_ = false;
+};
+
+} // namespace skar::fileio

@@ -1,0 +1,74 @@
+#include "platform/positionedio.h"
+
+#include "platform/file.h"
+
+#include <cerrno>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace skar::platform {
+
+namespace {
+
+// A cookie stream has its own buffer; unbuffered, what is asked for reaches its functions as it is.
+bool seekUnbuffered(std::FILE* file, std::int64_t offset) noexcept {
+    std::setvbuf(file, nullptr, _IONBF, 0);
+    return fseeko(file, offset, SEEK_SET) == 0;
+}
+
+} // namespace
+
+bool readAt(std::FILE* file, std::int64_t offset, void* bytes, std::size_t size, std::size_t& got) noexcept {
+    got = 0;
+    const int descriptor = fileno(file);
+    if (descriptor < 0) {
+        if (!seekUnbuffered(file, offset)) return false;
+        got = std::fread(bytes, 1, size, file);
+        return got == size || !std::ferror(file);
+    }
+    while (got < size) {
+        const ssize_t step = pread(descriptor, static_cast<char*>(bytes) + got, size - got,
+                                   offset + static_cast<std::int64_t>(got));
+        if (step == 0) return true;
+        if (step < 0) {
+            if (errno == EINTR) continue;
+            setLastError(lastErrorFromErrno(errno));
+            return false;
+        }
+        got += static_cast<std::size_t>(step);
+    }
+    return true;
+}
+
+bool writeAt(std::FILE* file, std::int64_t offset, const void* bytes, std::size_t size) noexcept {
+    const int descriptor = fileno(file);
+    if (descriptor < 0)
+        return seekUnbuffered(file, offset) && std::fwrite(bytes, 1, size, file) == size &&
+               std::fflush(file) == 0;
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t step = pwrite(descriptor, static_cast<const char*>(bytes) + done, size - done,
+                                    offset + static_cast<std::int64_t>(done));
+        if (step < 0) {
+            if (errno == EINTR) continue;
+            setLastError(lastErrorFromErrno(errno));
+            return false;
+        }
+        done += static_cast<std::size_t>(step);
+    }
+    return true;
+}
+
+std::int64_t streamSize(std::FILE* file) noexcept {
+    const int descriptor = fileno(file);
+    if (descriptor >= 0) {
+        struct stat status {};
+        return fstat(descriptor, &status) == 0 ? status.st_size : -1;
+    }
+    const off_t before = ftello(file);
+    if (before < 0 || fseeko(file, 0, SEEK_END) != 0) return -1;
+    const off_t size = ftello(file);
+    return fseeko(file, before, SEEK_SET) == 0 ? size : -1;
+}
+
+} // namespace skar::platform
