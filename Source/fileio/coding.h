@@ -85,4 +85,16 @@ inline double TELD_DecodePosition(std::int32_t value, std::int32_t reference, st
     return static_cast<double>(value) * scale * 1e-9 + reference * 1e-7;
 }
 
+// The value codings that a handle carries: steps of 0.001 and, for the fine sensors, of 1e-7.
+inline std::int32_t encodeMillis(double value) noexcept {
+    std::uint32_t word = 0;
+    TELD_EncodeMeters(value, word);
+    return static_cast<std::int32_t>(word);
+}
+inline std::int32_t encodeFine(double value) noexcept {
+    std::uint32_t word = 0;
+    TELD_EncodeRadians(value, word);
+    return static_cast<std::int32_t>(word);
+}
+
 } // namespace skar::fileio

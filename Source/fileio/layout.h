@@ -6,6 +6,7 @@
 #include <array>
 #include <functional>
 #include <span>
+#include <string_view>
 #include <tuple>
 #include <type_traits>
 
@@ -140,6 +141,16 @@ struct Layout {
              ...);
         }
         (std::make_index_sequence<words>());
+    }
+
+    // Bytes before the word of that name.
+    constexpr std::size_t offsetOf(std::string_view name) const {
+        std::size_t at = 0;
+        for (const FieldPage& page : pages()) {
+            if (name == page.name) return at;
+            at += wordSize;
+        }
+        throw "no such word"; // does not compile in a constant
     }
 
     constexpr std::array<FieldPage, words> pages() const {

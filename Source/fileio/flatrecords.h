@@ -1,0 +1,110 @@
+#pragma once
+
+#include "fileio/family.h"
+#include "fileio/xdr.h"
+
+#include <array>
+#include <cstring>
+
+// Reading and writing of the families whose file is one run of records of a fixed size. A family's Traits
+// name its Record, its `record` layout, its `family` descriptor, the place of the time in a record, and what
+// its first record and its extents set:
+//
+//   static bool setReferences(_TELD_Sensor&, const Record&)   false for values without a coding
+//   static void widenExtents(_TELD_Sensor&, const Record&)
+namespace skar::fileio {
+
+// `prepare` readies a new handle for the family's codings; it gives false to have the handle ended and the
+// code left as it is.
+template <class Traits, class Prepare>
+_TELD_Sensor* openFlat(const wchar_t* linePath, std::uint32_t sensorId, const wchar_t* accessToken,
+                       std::uint32_t* code, Prepare prepare) {
+    std::uint32_t ignored = 0;
+    std::uint32_t& result = code ? *code : ignored;
+    _TELD_Sensor* sensor = SensorOpenDir(linePath, sensorId, accessToken, &result);
+    if (!sensor) return nullptr;
+    if (!prepare(*sensor)) {
+        SensorFree(sensor);
+        return nullptr;
+    }
+    const Family& family = Traits::family;
+    int failure = attachFlatState(*sensor, family);
+    if (failure == codes::success)
+        failure = sensor->accessType == TELD_CREATE ? beginFile(*sensor, family) : loadFile(*sensor, family);
+    if (failure != codes::success) {
+        SensorFree(sensor);
+        result = static_cast<std::uint32_t>(failure);
+        return nullptr;
+    }
+    result = codes::success;
+    return sensor;
+}
+
+// The record at the present position of the file, decoded. 0, or the family's code of a short read or a
+// failed decode.
+template <class Traits>
+int nextRecord(_TELD_Sensor& sensor, typename Traits::Record& record) {
+    constexpr std::size_t size = Traits::record.size;
+    const std::byte* stored = sensor.state->file.read(size);
+    if (!stored) [[unlikely]]
+        return Traits::family.code(Offset::read);
+    const RecordSpan span = recordSpan(sensor.decodeXDRStream, XDR_DECODE);
+    if (span.size < size) [[unlikely]]
+        return Traits::family.code(Offset::decode);
+    std::memcpy(span.bytes, stored, size);
+    Traits::record.decode(sensor, stored, record);
+    return codes::success;
+}
+
+template <class Traits>
+int readRecord(_TELD_Sensor* sensor, const char* operation, std::uint32_t number,
+               typename Traits::Record& record) {
+    constexpr const Family& family = Traits::family;
+    if (const int code = checkHandle(family, sensor, operation, inQuery | inUpdate, Structure::needed))
+        return code;
+    if (number < 1 || number > sensor->numRecords) return family.code(Offset::outOfRange);
+    FlatState& state = flatState(*sensor);
+    if (family.seeksEveryRead || number != static_cast<std::uint32_t>(state.lastRecordRead) + 1)
+        state.needSeek = 1;
+    if (state.needSeek) {
+        std::int32_t offset = 0;
+        if (TmIdxMapIndexToByteOffset(sensor, number, &offset) != codes::success)
+            return family.code(Offset::mapIndex);
+        if (!sensor->state->file.seek(offset)) return family.code(Offset::seek);
+    }
+    const int code = nextRecord<Traits>(*sensor, record);
+    // A record that did not come or does not decode leaves the position open.
+    state.needSeek = code != codes::success;
+    if (code != codes::success) return code;
+    state.lastRecordRead = static_cast<std::int32_t>(number);
+    if (sensor->statusShadow) record.status = sensor->statusShadow[number];
+    return codes::success;
+}
+
+template <class Traits>
+int writeRecord(_TELD_Sensor* sensor, const typename Traits::Record& record) {
+    constexpr const Family& family = Traits::family;
+    if (const int code = checkHandle(family, sensor, "SeqWrite", inCreate, Structure::needed)) return code;
+    // A value without a coding is refused before anything of it shows.
+    std::array<std::byte, Traits::record.size> bytes;
+    if (sensor->firstRecord && !Traits::setReferences(*sensor, record)) return family.code(Offset::encode);
+    if (!Traits::record.encode(*sensor, record, bytes.data())) return family.code(Offset::encode);
+    sensor->firstRecord = 0;
+    // Counted even if a later step fails.
+    ++sensor->numRecords;
+    IndexEntryScope entry(*sensor);
+    if (!entry.add(static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset))))
+        return family.code(Offset::timeIndexEntry);
+    const RecordSpan span = recordSpan(sensor->encodeXDRStream, XDR_ENCODE);
+    if (span.size < bytes.size()) return family.code(Offset::encode);
+    std::memcpy(span.bytes, bytes.data(), bytes.size());
+    if (!sensor->state->file.append(bytes.data(), bytes.size())) return family.code(Offset::write);
+    entry.keep();
+    Traits::widenExtents(*sensor, record);
+    FlatState& state = flatState(*sensor);
+    ++state.recordsWritten;
+    state.needSeek = 1;
+    return codes::success;
+}
+
+} // namespace skar::fileio
