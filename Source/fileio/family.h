@@ -40,6 +40,7 @@ struct ShadowLog {
 struct Family {
     const char* name; // as log lines say it
     std::uint32_t sensorId;
+    std::uint32_t storedType; // as the validation records hold it
     codes::Block base;
     Block<_TELD_Sensor> summary;
     Block<_TELD_LineSegment> extents; // of a segment, behind its record numbers

@@ -56,12 +56,14 @@ int nextRecord(_TELD_Sensor& sensor, typename Traits::Record& record) {
     return codes::success;
 }
 
+// The record of that number. `outputsGiven` tells whether the caller has a place for all that it must take.
 template <class Traits>
-int readRecord(_TELD_Sensor* sensor, const char* operation, std::uint32_t number,
+int readRecord(_TELD_Sensor* sensor, std::uint32_t number, bool outputsGiven,
                typename Traits::Record& record) {
     constexpr const Family& family = Traits::family;
-    if (const int code = checkHandle(family, sensor, operation, inQuery | inUpdate, Structure::needed))
+    if (const int code = checkHandle(family, sensor, "Read", inQuery | inUpdate, Structure::needed))
         return code;
+    if (!outputsGiven) return codes::failed;
     if (number < 1 || number > sensor->numRecords) return family.code(Offset::outOfRange);
     FlatState& state = flatState(*sensor);
     if (family.seeksEveryRead || number != static_cast<std::uint32_t>(state.lastRecordRead) + 1)

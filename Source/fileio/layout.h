@@ -100,9 +100,10 @@ template <class Coding, class Access>
 constexpr Field<Coding, Access> field(const char* name, Access access, const char* complaint = nullptr) {
     return {name, access, complaint};
 }
+// element<Latitude>("minLat", &Record::min, 0)
 template <class Coding, class Record>
-constexpr Field<Coding, Element<Record>> field(const char* name, double (Record::*array)[3],
-                                               std::size_t index, const char* complaint = nullptr) {
+constexpr Field<Coding, Element<Record>> element(const char* name, double (Record::*array)[3],
+                                                 std::size_t index, const char* complaint = nullptr) {
     return {name, {array, index}, complaint};
 }
 

@@ -2,6 +2,7 @@
 #include "fileio/segments.h"
 #include "platform/file.h"
 
+#include <skar/errors.h>
 #include <skar/navigation.h>
 
 #include <cerrno>
@@ -41,18 +42,18 @@ constexpr auto summaryLayout = layout<Handle>(
                   "NavigationReadSummary(): unable to decode position scale \n"),
     field<Signed>("referenceLatitude", &Handle::referenceLatitude,
                   "NavigationReadSummary(): unable to decode reference latitude \n"),
-    field<Latitude>("minLat", &Handle::min, 0, "NavigationReadSummary(): unable to decode min lat \n"),
-    field<Latitude>("maxLat", &Handle::max, 0, "NavigationReadSummary(): unable to decode max lat \n"),
+    element<Latitude>("minLat", &Handle::min, 0, "NavigationReadSummary(): unable to decode min lat \n"),
+    element<Latitude>("maxLat", &Handle::max, 0, "NavigationReadSummary(): unable to decode max lat \n"),
     field<Signed>("referenceLongitude", &Handle::referenceLongitude,
                   "NavigationReadSummary(): unable to decode reference longitude\n"),
-    field<Longitude>("minLong", &Handle::min, 1, "NavigationReadSummary(): unable to decode min long \n"),
-    field<Longitude>("maxLong", &Handle::max, 1, "NavigationReadSummary(): unable to decode max long\n"));
+    element<Longitude>("minLong", &Handle::min, 1, "NavigationReadSummary(): unable to decode min long \n"),
+    element<Longitude>("maxLong", &Handle::max, 1, "NavigationReadSummary(): unable to decode max long\n"));
 
 using Segment = _TELD_LineSegment;
 constexpr auto extentsLayout = layout<Segment>(
     field<Time>("minTime", &Segment::minTime), field<Time>("maxTime", &Segment::maxTime),
-    field<Latitude>("minLat", &Segment::min, 0), field<Latitude>("maxLat", &Segment::max, 0),
-    field<Longitude>("minLong", &Segment::min, 1), field<Longitude>("maxLong", &Segment::max, 1));
+    element<Latitude>("minLat", &Segment::min, 0), element<Latitude>("maxLat", &Segment::max, 0),
+    element<Longitude>("minLong", &Segment::min, 1), element<Longitude>("maxLong", &Segment::max, 1));
 
 constexpr std::uint32_t shipTrack = 3;
 constexpr std::uint32_t towfishTrack = 12;
@@ -176,9 +177,9 @@ int handOut(const Record& record, double* time, double* latitude, double* longit
 template <class Traits>
 int read(_TELD_Sensor* sensor, std::uint32_t number, double* time, double* latitude, double* longitude,
          double* auxiliary, std::uint32_t* status) {
-    if (sensor && !(time && latitude && longitude && auxiliary && status)) return codes::failed;
+    const bool outputsGiven = time && latitude && longitude && auxiliary && status;
     Record record;
-    if (const int code = readRecord<Traits>(sensor, "Read", number, record)) return code;
+    if (const int code = readRecord<Traits>(sensor, number, outputsGiven, record)) return code;
     return handOut(record, time, latitude, longitude, auxiliary, status);
 }
 

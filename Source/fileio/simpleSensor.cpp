@@ -1,5 +1,6 @@
 #include "fileio/flatrecords.h"
 
+#include <skar/errors.h>
 #include <skar/simplesensor.h>
 
 #include <ostream>
@@ -36,13 +37,13 @@ constexpr auto summaryLayout = layout<Handle>(
     field<Unsigned>("status", &Handle::summaryStatus), field<Unsigned>("numRecords", &Handle::numRecords),
     field<Signed>("clockAccuracy", &Handle::clockAccuracy),
     field<Signed>("referenceTime", &Handle::referenceTime), field<Time>("minTime", &Handle::minTime),
-    field<Time>("maxTime", &Handle::maxTime), field<Value>("minValue", &Handle::min, 0),
-    field<Value>("maxValue", &Handle::max, 0));
+    field<Time>("maxTime", &Handle::maxTime), element<Value>("minValue", &Handle::min, 0),
+    element<Value>("maxValue", &Handle::max, 0));
 
 using Segment = _TELD_LineSegment;
-constexpr auto extentsLayout =
-    layout<Segment>(field<Time>("minTime", &Segment::minTime), field<Time>("maxTime", &Segment::maxTime),
-                    field<Value>("minValue", &Segment::min, 0), field<Value>("maxValue", &Segment::max, 0));
+constexpr auto extentsLayout = layout<Segment>(
+    field<Time>("minTime", &Segment::minTime), field<Time>("maxTime", &Segment::maxTime),
+    element<Value>("minValue", &Segment::min, 0), element<Value>("maxValue", &Segment::max, 0));
 
 // The foreign code that this family gives for its LineSegments file is meant.
 constexpr int segmentsNotOpened = codes::pathRegistry;
@@ -166,9 +167,9 @@ int SimpleSensorLineSegment(_TELD_Sensor* sensor, std::uint32_t segmentNumber, w
 
 int SimpleSensorRead(_TELD_Sensor* sensor, std::uint32_t recordNumber, double* time, double* value,
                      std::uint32_t* status) {
-    if (sensor && !status) return codes::failed;
     Record record;
-    if (const int code = readRecord<SimpleSensorTraits>(sensor, "Read", recordNumber, record)) return code;
+    if (const int code = readRecord<SimpleSensorTraits>(sensor, recordNumber, status != nullptr, record))
+        return code;
     give(time, record.time);
     give(value, record.value);
     *status = record.status;
