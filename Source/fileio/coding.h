@@ -2,7 +2,6 @@
 
 #include <skar/sensor.h>
 
-#include <cmath>
 #include <cstdint>
 
 // The scale codings of the store: a physical value to a stored word and back. Rounding is half away from
@@ -13,23 +12,19 @@
 // family; an extent that never widened is stored as the word stands.
 namespace skar::fileio {
 
-inline double roundAwayFromZero(double value) noexcept {
-    return std::trunc(value < 0.0 ? value - 0.5 : value + 0.5);
-}
-
-// The low 32 bits of a whole number held in a double.
-inline bool lowWord(double whole, std::uint32_t& word) noexcept {
+// The low 32 bits of a number cut toward zero.
+inline bool lowWord(double value, std::uint32_t& word) noexcept {
     constexpr double limit = 9223372036854775808.0; // 2^63
-    if (!(whole >= -limit && whole < limit)) {
+    if (!(value >= -limit && value < limit)) [[unlikely]] {
         word = 0;
         return false;
     }
-    word = static_cast<std::uint32_t>(static_cast<std::int64_t>(whole));
+    word = static_cast<std::uint32_t>(static_cast<std::int64_t>(value));
     return true;
 }
 
 inline bool roundToWord(double value, std::uint32_t& word) noexcept {
-    return lowWord(roundAwayFromZero(value), word);
+    return lowWord(value < 0.0 ? value - 0.5 : value + 0.5, word);
 }
 
 // Steps of 0.001, saturating beyond two million: metres, and the millis coding of the simple sensors.

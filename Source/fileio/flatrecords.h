@@ -94,9 +94,8 @@ int writeRecord(_TELD_Sensor* sensor, const typename Traits::Record& record) {
     sensor->firstRecord = 0;
     // Counted even if a later step fails.
     ++sensor->numRecords;
-    IndexEntryScope entry(*sensor);
-    if (!entry.add(static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset))))
-        return family.code(Offset::timeIndexEntry);
+    IndexEntryScope entry(*sensor, static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset)));
+    if (!entry.added()) return family.code(Offset::timeIndexEntry);
     const RecordSpan span = recordSpan(sensor->encodeXDRStream, XDR_ENCODE);
     if (span.size < bytes.size()) return family.code(Offset::encode);
     std::memcpy(span.bytes, bytes.data(), bytes.size());

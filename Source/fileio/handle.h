@@ -22,16 +22,39 @@ struct HandleState {
     TimeIndexStore index;
 };
 
-// Enters the record about to be written in the time index and takes the entry back unless the record was
-// kept: a record that could not be written must not shift the numbers of those after it.
+// Enters the record about to be written in the time index; 0, or the code of TmIdxEntry. A new set is the
+// rare case.
+int addIndexEntryInNewSet(_TELD_Sensor& sensor, std::int32_t encodedTime);
+inline int addIndexEntry(_TELD_Sensor& sensor, std::int32_t encodedTime) {
+    _TELD_TmIdxSet* set = sensor.lastTmIdxSet;
+    const std::int64_t offset = sensor.state->file.position();
+    if (!set || set->numRecords == fullTmIdxSet || offset < 0 || offset > INT32_MAX) [[unlikely]]
+        return addIndexEntryInNewSet(sensor, encodedTime);
+    if (encodedTime < set->minTime) set->minTime = encodedTime;
+    if (encodedTime > set->maxTime) set->maxTime = encodedTime;
+    set->offsets[set->numRecords++] = {encodedTime, static_cast<std::int32_t>(offset)};
+    sensor.state->index.countEntry();
+    return 0;
+}
+
+// Takes the entry of a record back unless the record was kept: one that could not be written must not shift
+// the numbers of those after it.
 class IndexEntryScope {
 public:
-    explicit IndexEntryScope(_TELD_Sensor& sensor) noexcept : sensor_(sensor) {}
-    ~IndexEntryScope();
+    IndexEntryScope(_TELD_Sensor& sensor, std::int32_t encodedTime) : sensor_(sensor) {
+        if (const _TELD_TmIdxSet* last = sensor.lastTmIdxSet; last && last->numRecords != fullTmIdxSet) {
+            minTime_ = last->minTime;
+            maxTime_ = last->maxTime;
+        }
+        added_ = addIndexEntry(sensor, encodedTime) == 0;
+    }
+    ~IndexEntryScope() {
+        if (added_ && !kept_) sensor_.state->index.dropLast(sensor_, minTime_, maxTime_);
+    }
     IndexEntryScope(const IndexEntryScope&) = delete;
     IndexEntryScope& operator=(const IndexEntryScope&) = delete;
 
-    bool add(std::int32_t encodedTime);
+    bool added() const noexcept { return added_; }
     void keep() noexcept { kept_ = true; }
 
 private:

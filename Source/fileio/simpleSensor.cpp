@@ -24,7 +24,10 @@ struct Value {
         return true;
     }
     static double decode(const Scale& scale, std::uint32_t word) noexcept {
-        return scale.decodeValue(static_cast<std::int32_t>(word));
+        const auto value = static_cast<std::int32_t>(word);
+        if (scale.decodeValue == TELD_DecodeRadians) return TELD_DecodeRadians(value);
+        if (scale.decodeValue == TELD_DecodeMeters) return TELD_DecodeMeters(value);
+        return scale.decodeValue(value);
     }
 };
 

@@ -18,8 +18,6 @@ namespace skar::fileio {
 
 namespace {
 
-// A set is full at this count, whatever capacity the handle names for new ones.
-constexpr std::uint32_t fullSet = 512;
 constexpr std::uint32_t setHeaderWords = 3;
 constexpr std::size_t chunk = 256 * 1024;
 
@@ -57,8 +55,8 @@ _TELD_TmIdxSet* TimeIndexStore::append(_TELD_Sensor& sensor, std::uint32_t capac
     blocks_.push_back(std::move(block));
     sets_.push_back(set);
     link(sensor, set);
-    if (sets_.size() == 1) uniform_ = fullSet;
-    if (uniform_ != fullSet) count();
+    if (sets_.size() == 1) uniform_ = fullTmIdxSet;
+    if (uniform_ != fullTmIdxSet) count();
     return set;
 } catch (const std::bad_alloc&) {
     return nullptr;
@@ -89,11 +87,6 @@ void TimeIndexStore::count() {
     ends_.reserve(sets_.size());
     for (const auto* set : sets_)
         ends_.push_back(total += set->numRecords);
-}
-
-void TimeIndexStore::countEntry() {
-    // A set that is filled to the full count keeps its place; any other change moves what comes after.
-    if (uniform_ != fullSet) count();
 }
 
 const _TELD_TmIdxPair* TimeIndexStore::find(const _TELD_Sensor& sensor, std::uint32_t recordNumber) const {
@@ -127,18 +120,14 @@ void TimeIndexStore::dropLast(_TELD_Sensor& sensor, std::int32_t minTime, std::i
     countEntry();
 }
 
-bool IndexEntryScope::add(std::int32_t encodedTime) {
-    const _TELD_TmIdxSet* last = sensor_.lastTmIdxSet;
-    if (last && last->numRecords != fullSet) {
-        minTime_ = last->minTime;
-        maxTime_ = last->maxTime;
+int addIndexEntryInNewSet(_TELD_Sensor& sensor, std::int32_t encodedTime) {
+    const std::int64_t offset = sensor.state->file.position();
+    if (offset < 0 || offset > std::numeric_limits<std::int32_t>::max()) return codes::failed;
+    if (!sensor.state->index.append(sensor, std::max(sensor.maxTmIdxSetSize, fullTmIdxSet))) {
+        skarDebugLog(1, "TmIdxEntry: out of memory\n");
+        return codes::outOfMemory;
     }
-    added_ = TmIdxEntry(&sensor_, encodedTime) == codes::success;
-    return added_;
-}
-
-IndexEntryScope::~IndexEntryScope() {
-    if (added_ && !kept_) sensor_.state->index.dropLast(sensor_, minTime_, maxTime_);
+    return addIndexEntry(sensor, encodedTime);
 }
 
 } // namespace skar::fileio
@@ -147,23 +136,7 @@ using namespace skar;
 using namespace skar::fileio;
 
 int TmIdxEntry(_TELD_Sensor* sensor, std::int32_t encodedTime) {
-    if (!sensor) return codes::failed;
-    const std::int64_t offset = sensor->state->file.position();
-    if (offset < 0 || offset > std::numeric_limits<std::int32_t>::max()) return codes::failed;
-    _TELD_TmIdxSet* set = sensor->lastTmIdxSet;
-    if (!set || set->numRecords == fullSet) {
-        set = sensor->state->index.append(*sensor, std::max(sensor->maxTmIdxSetSize, fullSet));
-        if (!set) {
-            skarDebugLog(1, "TmIdxEntry: out of memory\n");
-            return codes::outOfMemory;
-        }
-    }
-    set->minTime = std::min(set->minTime, encodedTime);
-    set->maxTime = std::max(set->maxTime, encodedTime);
-    set->offsets[set->numRecords] = {encodedTime, static_cast<std::int32_t>(offset)};
-    ++set->numRecords;
-    sensor->state->index.countEntry();
-    return codes::success;
+    return sensor ? addIndexEntry(*sensor, encodedTime) : codes::failed;
 }
 
 int TmIdxMapIndexToByteOffset(_TELD_Sensor* sensor, std::uint32_t recordNumber, std::int32_t* offset) {

@@ -9,6 +9,9 @@
 
 namespace skar::fileio {
 
+// A set is full at this count, whatever capacity the handle names for new ones.
+inline constexpr std::uint32_t fullTmIdxSet = 512;
+
 // Owns the blocks of a handle's time index and finds an entry in the same time whatever their number. The
 // list of blocks in the handle is what the interface shows; should somebody have changed it, it is walked
 // instead.
@@ -23,7 +26,10 @@ public:
     // To be called when the counts of the sets have changed.
     void count();
     // To be called when an entry was added to the last set.
-    void countEntry();
+    void countEntry() {
+        // A set that is filled to the full count keeps its place; any other change moves what comes after.
+        if (uniform_ != fullTmIdxSet) count();
+    }
 
     const _TELD_TmIdxPair* find(const _TELD_Sensor& sensor, std::uint32_t recordNumber) const;
     // Takes back the entry that was added last.

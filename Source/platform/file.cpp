@@ -322,6 +322,10 @@ bool FileBackend::rename(const std::string& from, const std::string& to) {
     return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
+bool FileBackend::replace(const std::string& from, const std::string& to) {
+    return ::rename(from.c_str(), to.c_str()) == 0;
+}
+
 bool FileBackend::makeDirectory(const std::string& path) {
     return ::mkdir(path.c_str(), 0777) == 0;
 }
@@ -414,13 +418,17 @@ bool removeFile(const wchar_t* path) {
     return onPath(path, [](const std::string& native) { return activeBackend->remove(native); });
 }
 
-bool renameFile(const wchar_t* from, const wchar_t* to) {
+namespace {
+
+using Rename = bool (FileBackend::*)(const std::string&, const std::string&);
+
+bool renameBy(Rename rename, const wchar_t* from, const wchar_t* to) {
     const std::string source = nativePath(from);
     const std::string target = source.empty() ? source : nativePath(to);
     if (target.empty()) {
         return failed(target);
     }
-    if (activeBackend->rename(source, target)) {
+    if ((activeBackend->*rename)(source, target)) {
         return true;
     }
     const int error = errno;
@@ -429,6 +437,12 @@ bool renameFile(const wchar_t* from, const wchar_t* to) {
     errno = error;
     return failed(sourceThere ? target : source);
 }
+
+} // namespace
+
+bool renameFile(const wchar_t* from, const wchar_t* to) { return renameBy(&FileBackend::rename, from, to); }
+
+bool replaceFile(const wchar_t* from, const wchar_t* to) { return renameBy(&FileBackend::replace, from, to); }
 
 bool copyFile(const wchar_t* from, const wchar_t* to) {
     FileStatus one;

@@ -71,6 +71,8 @@ public:
     virtual bool status(const std::string& path, FileStatus& status);
     virtual bool remove(const std::string& path);
     virtual bool rename(const std::string& from, const std::string& to);
+    // Puts the file in the place of one that may be there.
+    virtual bool replace(const std::string& from, const std::string& to);
     virtual bool makeDirectory(const std::string& path);
     virtual bool removeDirectory(const std::string& path);
     // The names in a directory in byte order, without "." and "..".
@@ -95,6 +97,8 @@ bool fileStatus(const wchar_t* path, FileStatus& status);
 bool removeFile(const wchar_t* path);
 // Fails, and keeps both files, when the target exists.
 bool renameFile(const wchar_t* from, const wchar_t* to);
+// Puts a file in the place of another in one step: whoever opens the name sees the one or the other, whole.
+bool replaceFile(const wchar_t* from, const wchar_t* to);
 // Makes or replaces `to`; a file is not copied onto itself, and a copy that fails on the way leaves no part
 // of a new file behind.
 bool copyFile(const wchar_t* from, const wchar_t* to);

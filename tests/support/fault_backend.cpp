@@ -414,17 +414,40 @@ bool FaultBackend::remove(const std::string& path) {
 }
 
 bool FaultBackend::rename(const std::string& from, const std::string& to) {
+    const std::string target = clean(to);
     if (!state->passes(Op::rename)) {
         return false;
     }
+    if (state->find(target) || state->isDirectory(target)) {
+        return state->find(clean(from)) || state->isDirectory(clean(from)) ? refuse(EEXIST) : refuse(ENOENT);
+    }
+    return move(from, to);
+}
+
+bool FaultBackend::replace(const std::string& from, const std::string& to) {
+    if (!state->passes(Op::rename)) {
+        return false;
+    }
+    if (!state->find(clean(from))) {
+        return refuse(ENOENT);
+    }
+    if (state->isDirectory(clean(to))) {
+        return refuse(EISDIR);
+    }
+    if (const NodePtr replaced = state->find(clean(to))) {
+        replaced->path.clear();
+        state->nodes.erase(clean(to));
+    }
+    return move(from, to);
+}
+
+// The target is free.
+bool FaultBackend::move(const std::string& from, const std::string& to) {
     const std::string source = clean(from);
     const std::string target = clean(to);
     const bool directory = state->isDirectory(source);
     if (!directory && !state->find(source)) {
         return refuse(ENOENT);
-    }
-    if (state->find(target) || state->isDirectory(target)) {
-        return refuse(EEXIST);
     }
     if (!state->isDirectory(parentOf(target))) {
         return refuse(ENOENT);

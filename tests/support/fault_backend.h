@@ -100,6 +100,7 @@ public:
     bool status(const std::string& path, platform::FileStatus& status) override;
     bool remove(const std::string& path) override;
     bool rename(const std::string& from, const std::string& to) override;
+    bool replace(const std::string& from, const std::string& to) override;
     bool makeDirectory(const std::string& path) override;
     bool removeDirectory(const std::string& path) override;
     bool list(const std::string& path, std::vector<platform::DirectoryEntry>& entries) override;
@@ -107,6 +108,7 @@ public:
     struct State;
 
 private:
+    bool move(const std::string& from, const std::string& to);
     std::shared_ptr<State> state;
     platform::FileBackend* before;
 };
