@@ -115,7 +115,7 @@ _TELD_Sensor* SensorOpenDir(const wchar_t* linePath, std::uint32_t sensorId, con
                             std::uint32_t* returnCode) {
     // An invalid token counts as one of an existing sensor here; SensorOpen tells what is wrong with it.
     if (TELD_DecodeAccessTypeToken(accessToken) != TELD_CREATE &&
-        !SKARIOUtils::sensorExists(MORVAUString(linePath), static_cast<int>(sensorId))) {
+        !SKARIOUtils::sensorExists(MORVAUString(linePath), sensorId)) {
         if (returnCode) *returnCode = codes::sensorMissing;
         return nullptr;
     }
