@@ -1,5 +1,6 @@
 #include "fileio/family.h"
 
+#include "fileio/flatrecords.h"
 #include "fileio/segments.h"
 #include "fileio/xdr.h"
 #include "platform/file.h"
@@ -93,6 +94,12 @@ int saveRecordStatus(_TELD_Sensor& sensor, const Family& family, std::uint32_t r
 int wrongSensor(const Family& family, const char* operation) {
     skarDebugLog(1, "%s%s(): invalid sensor type\n", family.name, operation);
     return family.code(Offset::wrongSensor);
+}
+
+int seekRecord(_TELD_Sensor& sensor, const Family& family, std::uint32_t number) {
+    std::int32_t offset = 0;
+    if (const int code = offsetOf(sensor, family, number, offset)) return code;
+    return sensor.state->file.seek(offset) ? codes::success : family.code(Offset::seek);
 }
 
 int attachFlatState(_TELD_Sensor& sensor, const Family& family) {

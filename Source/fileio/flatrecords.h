@@ -43,7 +43,7 @@ _TELD_Sensor* openFlat(const wchar_t* linePath, std::uint32_t sensorId, const wc
 // The record at the present position of the file, decoded. 0, or the family's code of a short read or a
 // failed decode.
 template <class Traits>
-int nextRecord(_TELD_Sensor& sensor, typename Traits::Record& record) {
+[[gnu::always_inline]] inline int nextRecord(_TELD_Sensor& sensor, typename Traits::Record& record) {
     constexpr std::size_t size = Traits::record.size;
     const std::byte* stored = sensor.state->file.read(size);
     if (!stored) [[unlikely]]
@@ -56,10 +56,13 @@ int nextRecord(_TELD_Sensor& sensor, typename Traits::Record& record) {
     return codes::success;
 }
 
+// Moves the file to a record. 0, or the family's code.
+int seekRecord(_TELD_Sensor& sensor, const Family& family, std::uint32_t number);
+
 // The record of that number. `outputsGiven` tells whether the caller has a place for all that it must take.
 template <class Traits>
-int readRecord(_TELD_Sensor* sensor, std::uint32_t number, bool outputsGiven,
-               typename Traits::Record& record) {
+[[gnu::always_inline]] inline int readRecord(_TELD_Sensor* sensor, std::uint32_t number, bool outputsGiven,
+                                             typename Traits::Record& record) {
     constexpr const Family& family = Traits::family;
     if (const int code = checkHandle(family, sensor, "Read", inQuery | inUpdate, Structure::needed))
         return code;
@@ -69,10 +72,7 @@ int readRecord(_TELD_Sensor* sensor, std::uint32_t number, bool outputsGiven,
     if (family.seeksEveryRead || number != static_cast<std::uint32_t>(state.lastRecordRead) + 1)
         state.needSeek = 1;
     if (state.needSeek) {
-        std::int32_t offset = 0;
-        if (TmIdxMapIndexToByteOffset(sensor, number, &offset) != codes::success)
-            return family.code(Offset::mapIndex);
-        if (!sensor->state->file.seek(offset)) return family.code(Offset::seek);
+        if (const int code = seekRecord(*sensor, family, number)) return code;
     }
     const int code = nextRecord<Traits>(*sensor, record);
     // A record that did not come or does not decode leaves the position open.
@@ -84,7 +84,7 @@ int readRecord(_TELD_Sensor* sensor, std::uint32_t number, bool outputsGiven,
 }
 
 template <class Traits>
-int writeRecord(_TELD_Sensor* sensor, const typename Traits::Record& record) {
+[[gnu::always_inline]] inline int writeRecord(_TELD_Sensor* sensor, const typename Traits::Record& record) {
     constexpr const Family& family = Traits::family;
     if (const int code = checkHandle(family, sensor, "SeqWrite", inCreate, Structure::needed)) return code;
     // A value without a coding is refused before anything of it shows.
@@ -94,13 +94,14 @@ int writeRecord(_TELD_Sensor* sensor, const typename Traits::Record& record) {
     sensor->firstRecord = 0;
     // Counted even if a later step fails.
     ++sensor->numRecords;
-    IndexEntryScope entry(*sensor, static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset)));
-    if (!entry.added()) return family.code(Offset::timeIndexEntry);
+    if (roomForIndexEntry(*sensor) != codes::success) return family.code(Offset::timeIndexEntry);
     const RecordSpan span = recordSpan(sensor->encodeXDRStream, XDR_ENCODE);
     if (span.size < bytes.size()) return family.code(Offset::encode);
     std::memcpy(span.bytes, bytes.data(), bytes.size());
-    if (!sensor->state->file.append(bytes.data(), bytes.size())) return family.code(Offset::write);
-    entry.keep();
+    RecordFile& file = sensor->state->file;
+    const std::int64_t offset = file.position();
+    if (!file.append(bytes.data(), bytes.size())) return family.code(Offset::write);
+    enterInIndex(*sensor, static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset)), offset);
     Traits::widenExtents(*sensor, record);
     FlatState& state = flatState(*sensor);
     ++state.recordsWritten;

@@ -22,47 +22,23 @@ struct HandleState {
     TimeIndexStore index;
 };
 
-// Enters the record about to be written in the time index; 0, or the code of TmIdxEntry. A new set is the
-// rare case.
-int addIndexEntryInNewSet(_TELD_Sensor& sensor, std::int32_t encodedTime);
-inline int addIndexEntry(_TELD_Sensor& sensor, std::int32_t encodedTime) {
-    _TELD_TmIdxSet* set = sensor.lastTmIdxSet;
-    const std::int64_t offset = sensor.state->file.position();
-    if (!set || set->numRecords == fullTmIdxSet || offset < 0 || offset > INT32_MAX) [[unlikely]]
-        return addIndexEntryInNewSet(sensor, encodedTime);
-    if (encodedTime < set->minTime) set->minTime = encodedTime;
-    if (encodedTime > set->maxTime) set->maxTime = encodedTime;
-    set->offsets[set->numRecords++] = {encodedTime, static_cast<std::int32_t>(offset)};
-    sensor.state->index.countEntry();
-    return 0;
+// Makes sure that the time index has room for the record that goes to the present position of the file. 0, or
+// the code of TmIdxEntry.
+int roomForIndexEntrySlow(_TELD_Sensor& sensor);
+inline int roomForIndexEntry(_TELD_Sensor& sensor) {
+    const _TELD_TmIdxSet* set = sensor.lastTmIdxSet;
+    const bool room = set && set->numRecords != fullTmIdxSet;
+    return room && sensor.state->file.position() <= INT32_MAX ? 0 : roomForIndexEntrySlow(sensor);
 }
 
-// Takes the entry of a record back unless the record was kept: one that could not be written must not shift
-// the numbers of those after it.
-class IndexEntryScope {
-public:
-    IndexEntryScope(_TELD_Sensor& sensor, std::int32_t encodedTime) : sensor_(sensor) {
-        if (const _TELD_TmIdxSet* last = sensor.lastTmIdxSet; last && last->numRecords != fullTmIdxSet) {
-            minTime_ = last->minTime;
-            maxTime_ = last->maxTime;
-        }
-        added_ = addIndexEntry(sensor, encodedTime) == 0;
-    }
-    ~IndexEntryScope() {
-        if (added_ && !kept_) sensor_.state->index.dropLast(sensor_, minTime_, maxTime_);
-    }
-    IndexEntryScope(const IndexEntryScope&) = delete;
-    IndexEntryScope& operator=(const IndexEntryScope&) = delete;
-
-    bool added() const noexcept { return added_; }
-    void keep() noexcept { kept_ = true; }
-
-private:
-    _TELD_Sensor& sensor_;
-    std::int32_t minTime_ = INT32_MAX;
-    std::int32_t maxTime_ = INT32_MIN;
-    bool added_ = false;
-    bool kept_ = false;
-};
+// Enters a record in the room that was made. A record is entered once it was written: one that could not be
+// must not shift the numbers of those after it.
+inline void enterInIndex(_TELD_Sensor& sensor, std::int32_t encodedTime, std::int64_t offset) {
+    _TELD_TmIdxSet& set = *sensor.lastTmIdxSet;
+    if (encodedTime < set.minTime) set.minTime = encodedTime;
+    if (encodedTime > set.maxTime) set.maxTime = encodedTime;
+    set.offsets[set.numRecords++] = {encodedTime, static_cast<std::int32_t>(offset)};
+    sensor.state->index.countEntry();
+}
 
 } // namespace skar::fileio

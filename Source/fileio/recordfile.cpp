@@ -50,18 +50,14 @@ const std::byte* RecordFile::readBeyond(std::size_t size) {
     return window_.get();
 }
 
-bool RecordFile::append(const void* bytes, std::size_t size) {
+bool RecordFile::appendBeyond(const void* bytes, std::size_t size) {
     if (!buffer_) {
         buffer_.reset(new (std::nothrow) std::byte[bufferSize]);
         if (!buffer_) return false;
+        room_ = bufferSize;
     }
-    if (size > bufferSize - pending_) {
-        if (!flushPending()) return false;
-        if (size > bufferSize) return write(bytes, size);
-    }
-    std::memcpy(buffer_.get() + pending_, bytes, size);
-    pending_ += size;
-    return true;
+    if (!flushPending()) return false;
+    return size > bufferSize ? write(bytes, size) : append(bytes, size);
 }
 
 bool RecordFile::flushPending() noexcept {
@@ -73,6 +69,7 @@ bool RecordFile::flushPending() noexcept {
     }
     position_ += static_cast<std::int64_t>(pending_);
     pending_ = 0;
+    room_ = bufferSize;
     return true;
 }
 

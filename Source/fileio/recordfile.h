@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 // The data file of a handle as a run of bytes, read through a window and written through a buffer.
@@ -38,7 +39,15 @@ public:
 
     // Appends at the position through the buffer. False when the buffer could not be written; the bytes given
     // are then not taken.
-    bool append(const void* bytes, std::size_t size);
+    bool append(const void* bytes, std::size_t size) {
+        if (size <= room_) [[likely]] {
+            std::memcpy(buffer_.get() + pending_, bytes, size);
+            pending_ += size;
+            room_ -= size;
+            return true;
+        }
+        return appendBeyond(bytes, size);
+    }
     // Overwrites in place at once and moves behind the bytes.
     bool write(const void* bytes, std::size_t size);
     // Hands everything on to the system.
@@ -51,6 +60,7 @@ public:
 
 private:
     const std::byte* readBeyond(std::size_t size);
+    bool appendBeyond(const void* bytes, std::size_t size);
     bool flushPending() noexcept;
     bool reserve(std::size_t size);
     void forget(std::int64_t from, std::size_t size) noexcept;
@@ -64,6 +74,7 @@ private:
     std::size_t readAhead_ = 0;
     std::unique_ptr<std::byte[]> buffer_;
     std::size_t pending_ = 0; // bytes in the buffer, to go to the file at position_
+    std::size_t room_ = 0;    // left in the buffer
     bool failed_ = false;
 };
 

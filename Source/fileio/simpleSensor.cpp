@@ -88,10 +88,41 @@ constexpr struct {
     double (*decode)(std::int32_t);
 } valueCodings[] = {{encodeMillis, TELD_DecodeMeters}, {encodeFine, TELD_DecodeRadians}};
 
-// The condition that failed, as the assertion of the sequential reader names it.
-[[noreturn]] void throwAssertion(const char* condition) {
+// What the sequential reader holds to be true, in the order in which it does.
+enum Condition : int {
+    structureThere = 1,
+    isQuery,
+    wasRead,
+    wasPositioned,
+    statusDecoded,
+    timeDecoded,
+    valueDecoded
+};
+constexpr const char* conditionTexts[] = {
+    "pReadStruct != NULL",
+    "sensor.accessType == TELD_QUERY",
+    "fread ((char *) &pReadStruct->sensorRecord, sizeof(SensorFileRecord), 1, sensor.dataFile) == 1",
+    "qon_xdr_setpos (&(sensor.decodeXDRStream), 0)",
+    "qon_xdr_u_int (&(sensor.decodeXDRStream), &record.status)",
+    "qon_xdr_int (&(sensor.decodeXDRStream), &encodedTime)",
+    "qon_xdr_int (&(sensor.decodeXDRStream), &encodedValue)",
+};
+
+// 0, or the condition that does not hold.
+[[gnu::always_inline]] inline int tryNext(_TELD_Sensor& sensor, Record& record) {
+    if (!sensor.pReadStruct) return structureThere;
+    if (sensor.accessType != TELD_QUERY) return isQuery;
+    const int code = nextRecord<SimpleSensorTraits>(sensor, record);
+    if (code == codes::success) [[likely]]
+        return codes::success;
+    if (code == family.code(Offset::read)) return wasRead;
+    const RecordSpan span = recordSpan(sensor.decodeXDRStream, XDR_DECODE);
+    return span.bytes ? statusDecoded + static_cast<int>(span.size / wordSize) : wasPositioned;
+}
+
+[[noreturn]] void throwAssertion(int condition) {
     Morva::Exception::AssertionError failure;
-    failure << Morva::Exception::errinfo_assertion_message(condition);
+    failure << Morva::Exception::errinfo_assertion_message(conditionTexts[condition - 1]);
     BOOST_THROW_EXCEPTION(failure);
 }
 
@@ -108,21 +139,8 @@ std::ostream& SKAR::IO::SimpleSensor::operator<<(std::ostream& stream, const Rec
 }
 
 void SKAR::IO::SimpleSensor::ReadNext(_TELD_Sensor& sensor, Record& record) {
-    if (!sensor.pReadStruct) throwAssertion("pReadStruct != NULL");
-    if (sensor.accessType != TELD_QUERY) throwAssertion("sensor.accessType == TELD_QUERY");
     Record next;
-    const int code = nextRecord<SimpleSensorTraits>(sensor, next);
-    if (code == family.code(Offset::read))
-        throwAssertion(
-            "fread ((char *) &pReadStruct->sensorRecord, sizeof(SensorFileRecord), 1, sensor.dataFile) == 1");
-    if (code != codes::success) {
-        constexpr const char* words[] = {"qon_xdr_u_int (&(sensor.decodeXDRStream), &record.status)",
-                                         "qon_xdr_int (&(sensor.decodeXDRStream), &encodedTime)",
-                                         "qon_xdr_int (&(sensor.decodeXDRStream), &encodedValue)"};
-        const RecordSpan span = recordSpan(sensor.decodeXDRStream, XDR_DECODE);
-        if (!span.bytes) throwAssertion("qon_xdr_setpos (&(sensor.decodeXDRStream), 0)");
-        throwAssertion(words[span.size / wordSize]);
-    }
+    if (const int condition = tryNext(sensor, next)) throwAssertion(condition);
     record = next;
 }
 
@@ -182,8 +200,9 @@ int SimpleSensorRead(_TELD_Sensor* sensor, std::uint32_t recordNumber, double* t
 int SimpleSensorReadSeq(_TELD_Sensor* sensor, double* time, double* value, std::uint32_t* status) {
     if (!sensor) return family.nullHandle;
     Record record;
-    if (const int code = errors::translated([&] { SKAR::IO::SimpleSensor::ReadNext(*sensor, record); }))
-        return code;
+    // The throwing reader's way, without the cost of an exception barrier on each record.
+    if (const int condition = tryNext(*sensor, record)) [[unlikely]]
+        return errors::translated([&] { throwAssertion(condition); });
     give(time, record.time);
     give(value, record.value);
     give(status, record.status);

@@ -112,22 +112,16 @@ const _TELD_TmIdxPair* TimeIndexStore::find(const _TELD_Sensor& sensor, std::uin
     return set->offsets + (wanted - (*end - set->numRecords));
 }
 
-void TimeIndexStore::dropLast(_TELD_Sensor& sensor, std::int32_t minTime, std::int32_t maxTime) {
-    _TELD_TmIdxSet& set = *sensor.lastTmIdxSet;
-    --set.numRecords;
-    set.minTime = minTime;
-    set.maxTime = maxTime;
-    countEntry();
-}
-
-int addIndexEntryInNewSet(_TELD_Sensor& sensor, std::int32_t encodedTime) {
+int roomForIndexEntrySlow(_TELD_Sensor& sensor) {
     const std::int64_t offset = sensor.state->file.position();
     if (offset < 0 || offset > std::numeric_limits<std::int32_t>::max()) return codes::failed;
+    const _TELD_TmIdxSet* set = sensor.lastTmIdxSet;
+    if (set && set->numRecords != fullTmIdxSet) return codes::success;
     if (!sensor.state->index.append(sensor, std::max(sensor.maxTmIdxSetSize, fullTmIdxSet))) {
         skarDebugLog(1, "TmIdxEntry: out of memory\n");
         return codes::outOfMemory;
     }
-    return addIndexEntry(sensor, encodedTime);
+    return codes::success;
 }
 
 } // namespace skar::fileio
@@ -136,7 +130,10 @@ using namespace skar;
 using namespace skar::fileio;
 
 int TmIdxEntry(_TELD_Sensor* sensor, std::int32_t encodedTime) {
-    return sensor ? addIndexEntry(*sensor, encodedTime) : codes::failed;
+    if (!sensor) return codes::failed;
+    if (const int code = roomForIndexEntry(*sensor)) return code;
+    enterInIndex(*sensor, encodedTime, sensor->state->file.position());
+    return codes::success;
 }
 
 int TmIdxMapIndexToByteOffset(_TELD_Sensor* sensor, std::uint32_t recordNumber, std::int32_t* offset) {

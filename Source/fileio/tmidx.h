@@ -32,8 +32,6 @@ public:
     }
 
     const _TELD_TmIdxPair* find(const _TELD_Sensor& sensor, std::uint32_t recordNumber) const;
-    // Takes back the entry that was added last.
-    void dropLast(_TELD_Sensor& sensor, std::int32_t minTime, std::int32_t maxTime);
 
 private:
     struct Free {
