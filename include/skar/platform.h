@@ -29,7 +29,9 @@ SKAR_EXPORT int SKARGetFileInfo(const wchar_t* path, wchar_t** description, wcha
 
 // Ahead of the functions of the same names below: the system's header cannot be read any more once they are
 // known.
+#if __has_include(<dirent.h>)
 #include <dirent.h>
+#endif
 
 namespace SKAR {
 

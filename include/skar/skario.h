@@ -6,6 +6,7 @@
 #include <skar/export.h>
 #include <skar/log.h>
 #include <skar/navigation.h>
+#include <skar/platform.h>
 #include <skar/paths.h>
 #include <skar/platform.h>
 #include <skar/sensor.h>
