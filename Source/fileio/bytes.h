@@ -22,15 +22,7 @@ inline void storeWord(void* to, std::uint32_t word) noexcept {
     std::memcpy(to, &word, wordSize);
 }
 
-// Turns a run of words in place; a loop that compilers make vectors of.
-inline void swapWords(void* words, std::size_t count) noexcept {
-    auto* bytes = static_cast<std::byte*>(words);
-    for (std::size_t i = 0; i < count; ++i) {
-        std::uint32_t word;
-        std::memcpy(&word, bytes + i * wordSize, wordSize);
-        word = boost::endian::big_to_native(word);
-        std::memcpy(bytes + i * wordSize, &word, wordSize);
-    }
-}
+// Turns a run of words in place.
+void swapWords(void* words, std::size_t count) noexcept;
 
 } // namespace skar::fileio

@@ -4,6 +4,7 @@
 #include "fileio/handle.h"
 #include "fileio/xdr.h"
 #include "platform/file.h"
+#include "platform/largememory.h"
 #include "platform/positionedio.h"
 
 #include <skar/codes.h>
@@ -165,10 +166,6 @@ struct HeaderWord {
     const char* undecoded;
 };
 
-void* allocateIndex(std::size_t size) noexcept {
-    return std::malloc(std::max<std::size_t>(size, 1));
-}
-
 // Lets the stream fail where the file ends, so that it tells about it as it does for any word.
 void readPastEnd(qon_XDR& stream, std::FILE* file, std::int64_t end, std::int64_t start) {
     std::fseek(file, static_cast<long>(end - (end - start) % static_cast<std::int64_t>(wordSize)), SEEK_SET);
@@ -263,7 +260,7 @@ int readIndex(_TELD_Sensor& sensor, std::FILE* file, qon_XDR& stream) {
     }
 
     const std::size_t arrayWords = static_cast<std::size_t>(wholeWords - headerWords);
-    auto* arrays = static_cast<std::uint32_t*>(allocateIndex(arrayWords * wordSize));
+    auto* arrays = static_cast<std::uint32_t*>(platform::allocateLarge(arrayWords * wordSize));
     if (!arrays) return codes::outOfMemory;
     sensor.state->index.adopt(arrays);
     if (!sensor.state->index.appendMany(sensor, numSets)) return codes::outOfMemory;
