@@ -188,6 +188,23 @@ TEST(ReopenFile, ClosesTheStreamAlsoWhenTheNewPathDoesNotOpen) {
     EXPECT_EQ(errorFileNotFound, lastError());
 }
 
+TEST(ReadFile, ReadsWholeFilesUpToTheLimit) {
+    FaultBackend disk;
+    const std::string bytes(100000, 'x');
+    disk.put("/f", bytes);
+    std::string content;
+    EXPECT_TRUE(readFile(L"/f", bytes.size(), content));
+    EXPECT_EQ(bytes, content);
+    EXPECT_FALSE(readFile(L"/f", bytes.size() - 1, content));
+    EXPECT_EQ(errorFileTooLarge, lastError());
+    EXPECT_EQ("", content);
+    disk.failAt(Op::read, disk.operations(Op::read) + 2, EIO);
+    EXPECT_FALSE(readFile(L"/f", bytes.size(), content));
+    EXPECT_EQ(errorDevice, lastError());
+    EXPECT_FALSE(readFile(L"/none", 1, content));
+    EXPECT_EQ(0, disk.openStreams());
+}
+
 TEST(FileStatus, TellsFilesFromDirectoriesAndTheSize) {
     const TemporaryDirectory dir;
     dir.write("f", "12345");

@@ -82,6 +82,55 @@ TEST(ResolveShortcut, NamesBeyondAsciiAreFollowed) {
     EXPECT_EQ(dir.wide() + L"/\u00C4\U0001F30A", slashes(resolved(dir.wide() + L"/\u00D6l.lnk").path));
 }
 
+// The header of a shortcut with flags of the caller's.
+std::string header(char flags) {
+    std::string bytes = shortcutBytes(u"", "").substr(0, 76);
+    bytes[20] = flags;
+    return bytes;
+}
+
+TEST(ResolveShortcut, NarrowTextsBehindAnItemListAndANameAreRead) {
+    const TemporaryDirectory dir;
+    const std::string itemList("\x04\x00"
+                               "ABCD",
+                               6);
+    const std::string name("\x03\x00"
+                           "abc",
+                           5);
+    dir.write("a.lnk", header(0x01 | 0x04 | 0x08) + itemList + name + std::string("\x03\x00.\\\xC4", 5));
+    dir.write("\xC3\x84", "");
+    EXPECT_EQ(dir.wide() + L"/\u00C4", slashes(resolved(dir.wide("a.lnk")).path));
+}
+
+TEST(ResolveShortcut, ATargetOnANetworkShareIsItsShareAndTheRest) {
+    const TemporaryDirectory dir;
+    dir.write("share/file", "");
+    const std::string share = (dir / "share").string();
+    const auto shareSize = static_cast<std::uint32_t>(share.size() + 1);
+    std::string info;
+    for (const std::uint32_t word : {28 + 20 + shareSize + 5, 28u, 2u, 0u, 0u, 28u, 28 + 20 + shareSize,
+                                     20 + shareSize, 2u, 20u, 0u, 0x20000u}) {
+        skar::tests::putLittle(info, word, 4);
+    }
+    info += share + '\0' + "file" + '\0';
+    dir.write("a.lnk", header(0x02) + info);
+    EXPECT_EQ(dir.wide("share/file"), slashes(resolved(dir.wide("a.lnk")).path));
+}
+
+TEST(ResolveShortcut, ALocalTargetInUtf16GoesBeforeTheNarrowOne) {
+    const TemporaryDirectory dir;
+    dir.write("\xE6\xB5\xB7", "");
+    std::string wide;
+    skar::tests::putUtf16(wide, (dir.path() / u"\u6D77").u16string() + u'\0');
+    const auto size = static_cast<std::uint32_t>(wide.size());
+    std::string info;
+    for (const std::uint32_t word : {36 + 2 + size, 36u, 1u, 0u, 36u, 0u, 37u, 38u, 0u}) {
+        skar::tests::putLittle(info, word, 4);
+    }
+    dir.write("a.lnk", header(0x02) + info + std::string("?\0", 2) + wide);
+    EXPECT_EQ(dir.wide() + L"/\u6D77", slashes(resolved(dir.wide("a.lnk")).path));
+}
+
 TEST(ResolveShortcut, AShortcutThatCannotBeResolvedStays) {
     const TemporaryDirectory dir;
     dir.write("gone.lnk", shortcutBytes(u".\\gone", "/no/such/file"));
