@@ -36,7 +36,8 @@ int main(int argc, char** argv) {
         CLI::App* sub = app.add_subcommand(command.name, command.about);
         runs.emplace_back(sub, command.declare(*sub));
         sub->add_flag("--json", common.json, "Print JSON for machines instead of tables");
-        sub->add_flag("!--no-progress", common.progress, "Never show progress on standard error");
+        sub->add_flag_callback(
+            "--no-progress", [&common] { common.progress = false; }, "Never show progress on standard error");
     }
 
     try {

@@ -1,11 +1,20 @@
+#include "commands/check.h"
 #include "commands/command.h"
+#include "commands/dump.h"
+#include "commands/info.h"
+#include "commands/simulate.h"
 
 #include <vector>
 
 namespace skar::tool {
 
 std::span<const Command> commands() {
-    static const std::vector<Command> table = {};
+    static const std::vector<Command> table = {
+        {"info", "Show what a line holds", declareInfo},
+        {"dump", "Print the records of a sensor", declareDump},
+        {"check", "Look for inconsistencies in the files of a line", declareCheck},
+        {"simulate", "Write a line with a simulated vessel", declareSimulate},
+    };
     return table;
 }
 

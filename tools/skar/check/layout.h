@@ -1,0 +1,110 @@
+#pragma once
+
+#include "families.h"
+
+#include <span>
+
+// What the check knows of the files themselves. It reads them on its own, so that a mistake of the library's
+// reader or writer cannot hide itself; this is the one place that says how they are laid out.
+//
+// Every file is a run of big-endian 32-bit words.
+//   data file      four words that identify it, the summary, then the records without gaps
+//   LineSegments   four words, the number of segments, then per segment: status, length of the source file's
+//   name, the
+//                  same length again, the name padded to a multiple of four, first record, last record, the
+//                  extents
+//   TmIdx          four words, the number of sets, the capacity of a set, then for all sets: number of
+//   entries,
+//                  smallest time, largest time; then for all sets: number of entries and the entries, each a
+//                  time and the offset of the record in the data file
+namespace skar::tool::check {
+
+inline constexpr std::uint32_t token = 0x54454C44; // "TELD"
+enum FileType : std::uint32_t { dataFile = 1, segmentsFile = 2, indexFile = 3 };
+inline constexpr std::uint32_t newestVersion = 1;
+
+inline constexpr std::uint64_t wordSize = 4;
+inline constexpr std::uint64_t identityWords = 4;
+inline constexpr std::uint64_t indexSetWords = 3;
+inline constexpr std::uint64_t indexEntryWords = 2;
+inline constexpr std::int32_t emptySetMin = 0x7FFFFFFF;
+
+enum class Role {
+    plain, // nothing that can contradict another word
+    recordCount,
+    scale, // a divisor, above 0
+    time,
+    minTime,
+    maxTime,
+    value,
+    min,
+    max,
+};
+
+struct Word {
+    const char* name;
+    Role role;
+    std::size_t quantity = 0; // of the family, for value, min and max
+};
+
+struct Layout {
+    std::span<const Word> summary;
+    std::span<const Word> record;
+    std::span<const Word> segmentExtents;
+
+    std::uint64_t firstRecord() const { return (identityWords + summary.size()) * wordSize; }
+    std::uint64_t recordSize() const { return record.size() * wordSize; }
+};
+
+inline constexpr Word seriesSummary[] = {
+    {"status", Role::plain},          {"number of records", Role::recordCount},
+    {"clock accuracy", Role::scale},  {"reference time", Role::plain},
+    {"smallest time", Role::minTime}, {"largest time", Role::maxTime},
+    {"smallest value", Role::min},    {"largest value", Role::max},
+};
+inline constexpr Word seriesRecord[] = {
+    {"status", Role::plain},
+    {"time", Role::time},
+    {"value", Role::value},
+};
+inline constexpr Word seriesExtents[] = {
+    {"smallest time", Role::minTime},
+    {"largest time", Role::maxTime},
+    {"smallest value", Role::min},
+    {"largest value", Role::max},
+};
+
+inline constexpr Word trackSummary[] = {
+    {"status", Role::plain},
+    {"number of records", Role::recordCount},
+    {"clock accuracy", Role::scale},
+    {"reference time", Role::plain},
+    {"smallest time", Role::minTime},
+    {"largest time", Role::maxTime},
+    {"coordinate type", Role::plain},
+    {"position scale", Role::scale},
+    {"reference latitude", Role::plain},
+    {"smallest latitude", Role::min, 0},
+    {"largest latitude", Role::max, 0},
+    {"reference longitude", Role::plain},
+    {"smallest longitude", Role::min, 1},
+    {"largest longitude", Role::max, 1},
+};
+inline constexpr Word trackRecord[] = {
+    {"status", Role::plain},       {"time", Role::time},          {"latitude", Role::value, 0},
+    {"longitude", Role::value, 1}, {"auxiliary", Role::value, 2},
+};
+inline constexpr Word trackExtents[] = {
+    {"smallest time", Role::minTime},     {"largest time", Role::maxTime},
+    {"smallest latitude", Role::min, 0},  {"largest latitude", Role::max, 0},
+    {"smallest longitude", Role::min, 1}, {"largest longitude", Role::max, 1},
+};
+
+inline constexpr Layout seriesLayout = {seriesSummary, seriesRecord, seriesExtents};
+inline constexpr Layout trackLayout = {trackSummary, trackRecord, trackExtents};
+
+inline const Layout& layoutOf(const Family& family) {
+    return family.coding == Coding::position ? trackLayout : seriesLayout;
+}
+
+} // namespace skar::tool::check

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "check/report.h"
+#include "families.h"
+#include "progress.h"
+
+namespace skar::tool::check {
+
+struct SetResult {
+    std::uint64_t records = 0; // that the data file holds and its summary counts
+    std::uint64_t segments = 0;
+};
+
+// Whether any file of the sensor's set is in the line.
+bool hasAnyFile(const LinePath& line, const Family& family);
+
+// Holds the three files of a sensor against each other and against what the format asks of each.
+SetResult checkSet(const LinePath& line, const Family& family, Report& report, Progress& progress);
+
+} // namespace skar::tool::check

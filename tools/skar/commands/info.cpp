@@ -1,0 +1,342 @@
+#include "commands/info.h"
+
+#include "commands/output.h"
+#include "families.h"
+#include "progress.h"
+#include "timetext.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <optional>
+#include <vector>
+
+namespace skar::tool {
+
+namespace {
+
+struct Options {
+    std::string line;
+    bool full = false;
+};
+
+// What only reading every record can tell.
+struct Scan {
+    Extent time;
+    std::vector<Extent> values;  // of each quantity
+    std::uint32_t backwards = 0; // records with a time before that of the one ahead of them
+    std::uint32_t marked = 0;    // records with a status other than 0
+    double largestStep = 0.0;
+    double meanStep = 0.0;
+};
+
+struct SensorInfo {
+    const Family* family = nullptr;
+    std::string failure; // the rest is empty then
+    std::uint32_t version = 0;
+    Summary summary;
+    std::vector<Segment> segments;
+    std::optional<Scan> scan;
+};
+
+constexpr Extent nothing = {std::numeric_limits<double>::infinity(),
+                            -std::numeric_limits<double>::infinity()};
+
+void widen(Extent& extent, double value) {
+    extent.min = std::min(extent.min, value);
+    extent.max = std::max(extent.max, value);
+}
+
+Scan readAll(OpenSet& set, const Family& family, std::uint32_t records, Progress& progress) {
+    Scan scan{nothing, std::vector<Extent>(family.quantities.size(), nothing)};
+    Record record;
+    double first = 0.0;
+    double previous = 0.0;
+    for (std::uint32_t number = 1; number <= records; ++number) {
+        set.read(number, record);
+        widen(scan.time, record.time);
+        for (std::size_t i = 0; i < scan.values.size(); ++i)
+            widen(scan.values[i], record.values[i]);
+        if (record.status != 0) ++scan.marked;
+        if (number == 1) {
+            first = record.time;
+        } else {
+            if (record.time < previous) ++scan.backwards;
+            scan.largestStep = std::max(scan.largestStep, record.time - previous);
+        }
+        previous = record.time;
+        if (number % 65536 == 0) progress.show(number);
+    }
+    if (records > 1) scan.meanStep = (previous - first) / (records - 1.0);
+    return scan;
+}
+
+SensorInfo inspect(const LinePath& line, const Family& family, bool full, const Common& common) {
+    SensorInfo info;
+    info.family = &family;
+    try {
+        OpenSet set(line, family, L"query");
+        info.version = set.version();
+        info.summary = set.summary();
+        for (std::uint32_t i = 1; i <= info.summary.segments; ++i)
+            info.segments.push_back(set.segment(i));
+        if (full) {
+            Progress progress(common, info.summary.records);
+            progress.setLabel(fmt::format("reading {}", family.name));
+            info.scan = readAll(set, family, info.summary.records, progress);
+        }
+    } catch (const ToolError& error) {
+        info.failure = error.what();
+    }
+    return info;
+}
+
+double degrees(double radians) {
+    return radians * 180.0 / std::numbers::pi;
+}
+
+std::string inDegrees(const Quantity& quantity, const Extent& extent) {
+    if (!quantity.isAngle()) return "";
+    return fmt::format("{:.6f} to {:.6f} deg", degrees(extent.min), degrees(extent.max));
+}
+
+std::string number(double value) {
+    return fmt::format("{:.9g}", value);
+}
+
+std::string seconds(double value) {
+    return fmt::format("{:.3f}", value);
+}
+
+// Extents of what holds no record are the widest doubles there are, or what their coding made of them.
+bool hasExtents(const SensorInfo& sensor) {
+    return sensor.summary.records > 0;
+}
+
+void printOverview(const std::vector<SensorInfo>& sensors) {
+    UtcWriter utc;
+    Table table({{"SENSOR"},
+                 {"RECORDS", Align::right},
+                 {"SEGMENTS", Align::right},
+                 {"VERSION", Align::right},
+                 {"STATUS"},
+                 {"FIRST (UTC)"},
+                 {"LAST (UTC)"},
+                 {"ABOUT"}});
+    for (const SensorInfo& sensor : sensors) {
+        if (!sensor.failure.empty()) {
+            table.add({sensor.family->name, "unreadable"});
+            continue;
+        }
+        const Summary& summary = sensor.summary;
+        const bool any = hasExtents(sensor);
+        table.add({sensor.family->name, fmt::to_string(summary.records), fmt::to_string(summary.segments),
+                   fmt::to_string(sensor.version), fmt::format("0x{:08X}", summary.status),
+                   any ? utc.text(summary.time.min) : "-", any ? utc.text(summary.time.max) : "-",
+                   sensor.family->about});
+    }
+    table.print();
+}
+
+void addExtent(Table& table, const char* sensor, const Quantity& quantity, const Extent& extent) {
+    table.add({sensor, quantity.name, number(extent.min), number(extent.max), quantity.unit,
+               inDegrees(quantity, extent), quantity.convention});
+}
+
+void printExtents(const std::vector<SensorInfo>& sensors, bool full) {
+    Table table({{"SENSOR"},
+                 {"QUANTITY"},
+                 {"MIN", Align::right},
+                 {"MAX", Align::right},
+                 {"UNIT"},
+                 {"IN DEGREES"},
+                 {"CONVENTION"}});
+    for (const SensorInfo& sensor : sensors) {
+        if (!sensor.failure.empty() || !hasExtents(sensor)) continue;
+        const Extent& time = full ? sensor.scan->time : sensor.summary.time;
+        table.add({sensor.family->name, "time", seconds(time.min), seconds(time.max), "s"});
+        const std::size_t count = full ? sensor.family->quantities.size() : sensor.family->numExtents;
+        for (std::size_t i = 0; i < count; ++i) {
+            addExtent(table, "", sensor.family->quantities[i],
+                      full ? sensor.scan->values[i] : sensor.summary.extents[i]);
+        }
+    }
+    if (table.empty()) return;
+    fmt::print("\n{}; time is {}\n",
+               full ? "Extents of the records as read" : "Extents as the summaries hold them", timeScale);
+    table.print();
+}
+
+void printSegments(const std::vector<SensorInfo>& sensors) {
+    UtcWriter utc;
+    Table table({{"SENSOR"},
+                 {"SEGMENT", Align::right},
+                 {"RECORDS", Align::right},
+                 {"STATUS"},
+                 {"FIRST (UTC)"},
+                 {"LAST (UTC)"},
+                 {"SOURCE FILE"}});
+    for (const SensorInfo& sensor : sensors) {
+        std::size_t index = 0;
+        for (const Segment& segment : sensor.segments) {
+            ++index;
+            const bool any = segment.hasRecords();
+            table.add({index == 1 ? sensor.family->name : "", fmt::to_string(index),
+                       any ? fmt::format("{}-{}", segment.begin, segment.end) : "none",
+                       fmt::format("0x{:08X}", segment.status), any ? utc.text(segment.time.min) : "-",
+                       any ? utc.text(segment.time.max) : "-", printable(segment.source)});
+        }
+    }
+    if (table.empty()) return;
+    fmt::print("\nLine segments\n");
+    table.print();
+}
+
+void printScans(const std::vector<SensorInfo>& sensors) {
+    Table table({{"SENSOR"},
+                 {"MEAN STEP [s]", Align::right},
+                 {"LARGEST STEP [s]", Align::right},
+                 {"TIMES GOING BACK", Align::right},
+                 {"STATUS NOT 0", Align::right}});
+    for (const SensorInfo& sensor : sensors) {
+        if (!sensor.scan) continue;
+        table.add({sensor.family->name, fmt::format("{:.6f}", sensor.scan->meanStep),
+                   seconds(sensor.scan->largestStep), fmt::to_string(sensor.scan->backwards),
+                   fmt::to_string(sensor.scan->marked)});
+    }
+    if (table.empty()) return;
+    fmt::print("\nEvery record read\n");
+    table.print();
+}
+
+void printText(const LinePath& line, const std::vector<SensorInfo>& sensors,
+               const std::vector<std::string>& others, bool full) {
+    fmt::print("Line     {}\n", printable(line.native.string()));
+    fmt::print("Project  {}\nVessel   {}\nDay      {}\nName     {}\n\n", printable(line.project()),
+               printable(line.vessel()), printable(line.day()), printable(line.name()));
+    if (sensors.empty()) {
+        fmt::print("No sensors.\n");
+    } else {
+        printOverview(sensors);
+        printExtents(sensors, full);
+        printScans(sensors);
+        printSegments(sensors);
+    }
+    if (!others.empty()) {
+        fmt::print("\nOther files\n");
+        for (const std::string& name : others)
+            fmt::print("{}\n", printable(name));
+    }
+}
+
+Json extentJson(const Quantity& quantity, const Extent& extent) {
+    Json json = {
+        {"quantity", quantity.name}, {"unit", quantity.unit}, {"min", extent.min}, {"max", extent.max}};
+    if (quantity.isAngle()) {
+        json["minDegrees"] = degrees(extent.min);
+        json["maxDegrees"] = degrees(extent.max);
+    }
+    json["convention"] = quantity.convention;
+    return json;
+}
+
+Json timeJson(const Extent& time) {
+    UtcWriter utc;
+    return {{"unit", "s"},     {"scale", timeScale},           {"min", time.min},
+            {"max", time.max}, {"minUtc", utc.text(time.min)}, {"maxUtc", utc.text(time.max)}};
+}
+
+Json extentsJson(const Family& family, std::span<const Extent> extents) {
+    Json json = Json::array();
+    for (std::size_t i = 0; i < extents.size(); ++i)
+        json.push_back(extentJson(family.quantities[i], extents[i]));
+    return json;
+}
+
+Json segmentJson(const Family& family, const Segment& segment) {
+    Json json = {{"source", segment.source},
+                 {"beginRecord", segment.begin},
+                 {"endRecord", segment.end},
+                 {"status", segment.status}};
+    if (!segment.hasRecords()) return json;
+    json["time"] = timeJson(segment.time);
+    json["extents"] = extentsJson(family, std::span(segment.extents).first(family.numExtents));
+    return json;
+}
+
+Json sensorJson(const SensorInfo& sensor) {
+    const Family& family = *sensor.family;
+    Json json = {{"sensor", family.name}, {"about", family.about}, {"id", family.id}};
+    if (!sensor.failure.empty()) {
+        json["failure"] = sensor.failure;
+        return json;
+    }
+    json["coding"] = codingText(family.coding);
+    json["version"] = sensor.version;
+    json["records"] = sensor.summary.records;
+    json["status"] = sensor.summary.status;
+    if (hasExtents(sensor)) {
+        json["time"] = timeJson(sensor.summary.time);
+        json["extents"] = extentsJson(family, std::span(sensor.summary.extents).first(family.numExtents));
+    }
+    json["segments"] = Json::array();
+    for (const Segment& segment : sensor.segments)
+        json["segments"].push_back(segmentJson(family, segment));
+    if (sensor.scan && hasExtents(sensor)) {
+        json["read"] = {
+            {"time", timeJson(sensor.scan->time)},      {"extents", extentsJson(family, sensor.scan->values)},
+            {"meanStep", sensor.scan->meanStep},        {"largestStep", sensor.scan->largestStep},
+            {"timesGoingBack", sensor.scan->backwards}, {"statusNotZero", sensor.scan->marked}};
+    }
+    return json;
+}
+
+int run(const Options& options, const Common& common) {
+    const LinePath line = existingLine(options.line);
+    std::vector<SensorInfo> sensors;
+    for (const Family& family : families()) {
+        if (isPresent(line, family)) sensors.push_back(inspect(line, family, options.full, common));
+    }
+    std::vector<const Family*> reported;
+    for (const SensorInfo& sensor : sensors)
+        reported.push_back(sensor.family);
+    const std::vector<std::string> others = otherFiles(line, reported);
+
+    if (common.json) {
+        Json json = {{"line", line.native.string()}, {"project", line.project()},
+                     {"vessel", line.vessel()},      {"day", line.day()},
+                     {"name", line.name()},          {"sensors", Json::array()},
+                     {"otherFiles", others}};
+        for (const SensorInfo& sensor : sensors)
+            json["sensors"].push_back(sensorJson(sensor));
+        printJson(json);
+    } else {
+        printText(line, sensors, others, options.full);
+    }
+
+    int status = exitSuccess;
+    for (const SensorInfo& sensor : sensors) {
+        if (sensor.failure.empty()) continue;
+        printError(sensor.failure + "; skar check says more");
+        status = exitFailure;
+    }
+    return status;
+}
+
+} // namespace
+
+Run declareInfo(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    app.add_option("LINE", options->line, "Directory of the line")->required();
+    app.add_flag(
+        "--full", options->full,
+        "Read every record: extents of all quantities, time steps, statuses (default: headers only)");
+    app.footer("A sensor that cannot be read is listed as such and makes the exit status 1.\n"
+               "Example:  skar info store/project/vessel/2024-153/0001");
+    return [options](const Common& common) { return run(*options, common); };
+}
+
+} // namespace skar::tool
