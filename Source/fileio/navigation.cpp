@@ -59,7 +59,8 @@ constexpr std::uint32_t shipTrack = 3;
 constexpr std::uint32_t towfishTrack = 12;
 constexpr std::uint32_t reprocessedTrack = 76;
 
-constexpr Family navigationFamily(const char* name, std::uint32_t id, const char* streamErrorLog) {
+constexpr Family navigationFamily(const char* name, std::uint32_t id, const char* streamErrorLog,
+                                  const char* endSegmentLogName) {
     return {
         .name = name,
         .sensorId = id,
@@ -74,7 +75,7 @@ constexpr Family navigationFamily(const char* name, std::uint32_t id, const char
         .seeksEveryRead = true,
         .wrongSensorOnSave = codes::navigation + Offset::nullHandle,
         .streamErrorLog = streamErrorLog,
-        .endSegmentLogName = "EndWriteLineSegment",
+        .endSegmentLogName = endSegmentLogName,
         .segmentOpen = {.onWriting = codes::navigation + Offset::writeSegments,
                         .firstOfTable = codes::navigation + Offset::openNotFound,
                         .otherCode = codes::navigation + Offset::openFile,
@@ -115,12 +116,13 @@ struct TrackTraits {
 
 struct NavigationTraits : TrackTraits {
     static constexpr Family family = navigationFamily(
-        "Navigation", shipTrack, "There is an error in the Navigation file stream before closing %d\n");
+        "Navigation", shipTrack, "There is an error in the Navigation file stream before closing %d\n",
+        "EndWriteLineSegment");
 };
 struct SSSNavigationTraits : TrackTraits {
-    static constexpr Family family =
-        navigationFamily("SSSNavigation", towfishTrack,
-                         "There is an error in the SSSNavigation file stream before closing %d\n");
+    static constexpr Family family = navigationFamily(
+        "SSSNavigation", towfishTrack,
+        "There is an error in the SSSNavigation file stream before closing %d\n", "EndSeqWriteLineSegment");
 };
 
 template <class Traits>
