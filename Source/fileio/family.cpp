@@ -8,7 +8,6 @@
 #include <skar/errors.h>
 #include <skar/log.h>
 
-#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -115,8 +114,10 @@ int attachFlatState(_TELD_Sensor& sensor, const Family& family) {
 
 int beginFile(_TELD_Sensor& sensor, const Family& family) {
     if (const int code = TELD_WriteDataValidationRecord(&sensor)) return code;
-    return sensor.state->file.seek(family.firstRecordOffset()) ? codes::success
-                                                               : family.code(Offset::seekSummary);
+    RecordFile& file = sensor.state->file;
+    if (!file.seek(family.firstRecordOffset())) return family.code(Offset::seekSummary);
+    flatState(sensor).seeksSeen = file.seeks();
+    return codes::success;
 }
 
 int decodeSummary(_TELD_Sensor& sensor, const Family& family, const void* bytes, std::size_t available) {
@@ -149,10 +150,17 @@ int writeSummary(_TELD_Sensor& sensor, const Family& family) {
     family.summary.encode(sensor, sensor, bytes.data());
     const bool written = TELD_WriteDataValidationRecord(&sensor) == codes::success &&
                          sensor.state->file.write(bytes.data(), family.summary.size);
-    // A read by number must not go on from where this left the file.
-    flatState(sensor).needSeek = 1;
     return written ? codes::success : family.code(Offset::writeSummary);
 }
+
+namespace {
+
+// The records that are in the file: a segment counts these, as the handle's number has those that failed too.
+std::uint32_t recordsSoFar(const _TELD_Sensor& sensor) {
+    return sensor.pReadStruct ? flatState(sensor).recordsWritten : sensor.numRecords;
+}
+
+} // namespace
 
 int beginSummary(const Family& family, _TELD_Sensor* sensor) {
     return checkHandle(family, sensor, "BgnSeqWriteSummary", inCreate);
@@ -169,7 +177,7 @@ int beginSegment(const Family& family, _TELD_Sensor* sensor, const wchar_t* sour
     }
     segment->name = name;
     segment->nameLength = static_cast<std::uint32_t>(std::wcslen(name));
-    segment->beginIndex = sensor->numRecords + 1;
+    segment->beginIndex = recordsSoFar(*sensor) + 1;
     return codes::success;
 }
 
@@ -177,7 +185,7 @@ int endSegment(const Family& family, _TELD_Sensor* sensor, std::uint32_t status)
     if (const int code = checkHandle(family, sensor, family.endSegmentLogName, inCreate)) return code;
     _TELD_LineSegment* segment = sensor->lastLineSegment;
     if (!segment) return family.code(Offset::noSegment);
-    segment->endIndex = sensor->numRecords;
+    segment->endIndex = recordsSoFar(*sensor);
     segment->status = status;
     return codes::success;
 }
@@ -263,8 +271,6 @@ int closeFlat(const Family& family, _TELD_Sensor* sensor) {
     if (written) {
         // A record that failed is counted in the handle; the files say how many they have.
         sensor->numRecords = records;
-        for (auto* segment = sensor->firstLineSegment; segment; segment = segment->next)
-            segment->endIndex = std::min(segment->endIndex, records);
         code = writeSummary(*sensor, family);
     }
     if (sensor->accessType != TELD_QUERY) keepFirst(code, !file.flush(), family.code(Offset::seek));

@@ -94,6 +94,7 @@ struct FlatState {
     std::uint32_t recordsWritten;
     std::uint32_t needSeek; // the next read by number must position the file
     std::int32_t lastRecordRead;
+    std::uint32_t seeksSeen; // of the file, when a record was last found or written in its place
 };
 inline FlatState& flatState(const _TELD_Sensor& sensor) {
     return *static_cast<FlatState*>(sensor.pReadStruct);

@@ -69,41 +69,55 @@ template <class Traits>
     if (!outputsGiven) return codes::failed;
     if (number < 1 || number > sensor->numRecords) return family.code(Offset::outOfRange);
     FlatState& state = flatState(*sensor);
-    if (family.seeksEveryRead || number != static_cast<std::uint32_t>(state.lastRecordRead) + 1)
+    const RecordFile& file = sensor->state->file;
+    if (family.seeksEveryRead || number != static_cast<std::uint32_t>(state.lastRecordRead) + 1 ||
+        file.seeks() != state.seeksSeen)
         state.needSeek = 1;
     if (state.needSeek) {
         if (const int code = seekRecord(*sensor, family, number)) return code;
+        state.seeksSeen = file.seeks();
     }
     const int code = nextRecord<Traits>(*sensor, record);
     // A record that did not come or does not decode leaves the position open.
     state.needSeek = code != codes::success;
     if (code != codes::success) return code;
     state.lastRecordRead = static_cast<std::int32_t>(number);
-    if (sensor->statusShadow) record.status = sensor->statusShadow[number];
+    if (sensor->statusShadow && sensor->accessType == TELD_UPDATE)
+        record.status = sensor->statusShadow[number];
     return codes::success;
+}
+
+// Where the next record goes, whatever moved the file since the last.
+inline std::int64_t endOfRecords(const _TELD_Sensor& sensor, const Family& family) {
+    return family.firstRecordOffset() +
+           std::int64_t{flatState(sensor).recordsWritten} * static_cast<std::int64_t>(family.recordSize);
 }
 
 template <class Traits>
 [[gnu::always_inline]] inline int writeRecord(_TELD_Sensor* sensor, const typename Traits::Record& record) {
     constexpr const Family& family = Traits::family;
     if (const int code = checkHandle(family, sensor, "SeqWrite", inCreate, Structure::needed)) return code;
-    // A value without a coding is refused before anything of it shows.
+    // Counted even if a later step fails.
+    ++sensor->numRecords;
+    // A value without a coding is refused before anything else of it shows.
     std::array<std::byte, Traits::record.size> bytes;
     if (sensor->firstRecord && !Traits::setReferences(*sensor, record)) return family.code(Offset::encode);
     if (!Traits::record.encode(*sensor, record, bytes.data())) return family.code(Offset::encode);
     sensor->firstRecord = 0;
-    // Counted even if a later step fails.
-    ++sensor->numRecords;
+    FlatState& state = flatState(*sensor);
+    RecordFile& file = sensor->state->file;
+    if (file.seeks() != state.seeksSeen) [[unlikely]] {
+        if (!file.seek(endOfRecords(*sensor, family))) return family.code(Offset::write);
+        state.seeksSeen = file.seeks();
+    }
     if (roomForIndexEntry(*sensor) != codes::success) return family.code(Offset::timeIndexEntry);
     const RecordSpan span = recordSpan(sensor->encodeXDRStream, XDR_ENCODE);
     if (span.size < bytes.size()) return family.code(Offset::encode);
     std::memcpy(span.bytes, bytes.data(), bytes.size());
-    RecordFile& file = sensor->state->file;
     const std::int64_t offset = file.position();
     if (!file.append(bytes.data(), bytes.size())) return family.code(Offset::write);
     enterInIndex(*sensor, static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset)), offset);
     Traits::widenExtents(*sensor, record);
-    FlatState& state = flatState(*sensor);
     ++state.recordsWritten;
     state.needSeek = 1;
     return codes::success;

@@ -19,12 +19,17 @@ public:
 
     // Where the next read or append goes.
     std::int64_t position() const noexcept { return position_ + static_cast<std::int64_t>(pending_); }
-    // False when what was appended before could not be written.
+    // False, the position being left, when what was appended before could not be written or there is no such
+    // position.
     bool seek(std::int64_t position) noexcept {
-        if (pending_ != 0 && !flushPending()) return false;
+        if (position < 0 || (pending_ != 0 && !flushPending())) return false;
         position_ = position;
-        return position >= 0;
+        ++seeks_;
+        return true;
     }
+    // Changes with every seek, so that who reads or appends in one run can tell that somebody else moved the
+    // file.
+    std::uint32_t seeks() const noexcept { return seeks_; }
 
     // The next `size` bytes, valid until the next call; null when they are not all there. Moves behind them
     // on success.
@@ -67,6 +72,7 @@ private:
 
     std::FILE* file_;
     std::int64_t position_ = 0;
+    std::uint32_t seeks_ = 0;
     std::int64_t windowStart_ = 0;
     std::int64_t windowSize_ = 0;
     std::unique_ptr<std::byte[]> window_;
