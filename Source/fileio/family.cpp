@@ -73,25 +73,10 @@ int loadStatuses(_TELD_Sensor& sensor, const Family& family) {
     return file.seek(family.firstRecordOffset()) ? codes::success : family.code(Offset::seek);
 }
 
-int saveRecordStatus(_TELD_Sensor& sensor, const Family& family, std::uint32_t record) {
-    std::int32_t offset = 0;
-    if (const int code = offsetOf(sensor, family, record, offset)) return code;
-    RecordFile& file = sensor.state->file;
-    if (!file.seek(offset)) return family.code(Offset::seek);
-    const std::byte* stored = file.read(family.recordSize);
-    if (!stored) return family.code(Offset::read);
-    const RecordSpan span = recordSpan(sensor.encodeXDRStream, XDR_ENCODE);
-    if (span.size < family.recordSize) return family.code(Offset::writeStatus);
-    std::memcpy(span.bytes, stored, family.recordSize);
-    storeWord(span.bytes, sensor.statusShadow[record]);
-    if (!file.seek(offset)) return family.code(Offset::seek);
-    return file.write(span.bytes, family.recordSize) ? codes::success : family.code(Offset::writeStatus);
-}
-
 } // namespace
 
 int wrongSensor(const Family& family, const char* operation) {
-    skarDebugLog(1, "%s%s(): invalid sensor type\n", family.name, operation);
+    if (family.logsWrongSensor) skarDebugLog(1, "%s%s(): invalid sensor type\n", family.name, operation);
     return family.code(Offset::wrongSensor);
 }
 
@@ -104,8 +89,9 @@ int seekRecord(_TELD_Sensor& sensor, const Family& family, std::uint32_t number)
 int attachFlatState(_TELD_Sensor& sensor, const Family& family) {
     sensor.pReadStruct = std::calloc(1, sizeof(FlatState) + family.recordSize);
     if (!sensor.pReadStruct) return codes::outOfMemory;
-    auto* buffer = static_cast<std::byte*>(sensor.pReadStruct) + sizeof(FlatState);
+    std::byte* buffer = recordBuffer(sensor);
     flatState(sensor).needSeek = 1;
+    flatState(sensor).lastRecordRead = family.lastRecordAtOpen;
     const auto size = static_cast<std::uint32_t>(family.recordSize);
     qon_xdrmem_create(&sensor.encodeXDRStream, buffer, size, XDR_ENCODE);
     qon_xdrmem_create(&sensor.decodeXDRStream, buffer, size, XDR_DECODE);
@@ -142,7 +128,8 @@ int loadFile(_TELD_Sensor& sensor, const Family& family) {
     if (const int code = decodeSummary(sensor, family, bytes, family.summary.size)) return code;
     if (const int code = readSegments(sensor, family)) return code;
     if (const int code = TmIdxRead(&sensor)) return code;
-    return sensor.accessType == TELD_UPDATE ? loadStatuses(sensor, family) : codes::success;
+    const bool loads = sensor.accessType == TELD_UPDATE && family.keepsStatusShadow;
+    return loads ? loadStatuses(sensor, family) : codes::success;
 }
 
 int writeSummary(_TELD_Sensor& sensor, const Family& family) {
@@ -243,6 +230,23 @@ int getSegment(const Family& family, _TELD_Sensor* sensor, std::uint32_t number,
     return codes::success;
 }
 
+int writeRecordStatus(const Family& family, _TELD_Sensor& sensor, std::uint32_t record,
+                      std::uint32_t status) {
+    std::int32_t offset = 0;
+    if (const int code = offsetOf(sensor, family, record, offset)) return code;
+    RecordFile& file = sensor.state->file;
+    if (!file.seek(offset)) return family.code(Offset::seek);
+    const std::byte* stored = file.read(family.recordSize);
+    if (!stored) return family.code(Offset::read);
+    const RecordSpan span = recordSpan(sensor.encodeXDRStream, XDR_ENCODE);
+    if (span.size < family.recordSize) return family.code(family.statusWriteFailure);
+    std::memcpy(span.bytes, stored, family.recordSize);
+    storeWord(span.bytes, status);
+    if (!file.seek(offset)) return family.code(Offset::seek);
+    return file.write(span.bytes, family.recordSize) ? codes::success
+                                                     : family.code(family.statusWriteFailure);
+}
+
 int saveStatus(const Family& family, _TELD_Sensor* sensor) {
     if (family.wrongSensorOnSave != 0 && sensor && sensor->sensorType != family.storedType)
         return family.wrongSensorOnSave;
@@ -253,15 +257,18 @@ int saveStatus(const Family& family, _TELD_Sensor* sensor) {
     if (sensor->statusChanged) {
         for (std::uint32_t record = 1; record <= sensor->numRecords; ++record) {
             if (!sensor->statusShadowChanged[record]) continue;
-            if (const int code = saveRecordStatus(*sensor, family, record)) return code;
+            if (const int code = writeRecordStatus(family, *sensor, record, sensor->statusShadow[record]))
+                return code;
             sensor->statusShadowChanged[record] = 0;
         }
         sensor->statusChanged = 0;
     }
-    return sensor->state->file.flush() ? codes::success : family.code(Offset::seek);
+    return sensor->state->file.flush() ? codes::success : family.code(family.flushFailure);
 }
 
 int closeFlat(const Family& family, _TELD_Sensor* sensor) {
+    if (family.wrongSensorOnClose != 0 && sensor && sensor->sensorType != family.storedType)
+        return family.wrongSensorOnClose;
     if (const int code = checkHandle(family, sensor, "Close", inAny, Structure::needed)) return code;
     RecordFile& file = sensor->state->file;
     const bool creating = sensor->accessType == TELD_CREATE;
@@ -273,9 +280,9 @@ int closeFlat(const Family& family, _TELD_Sensor* sensor) {
         sensor->numRecords = records;
         code = writeSummary(*sensor, family);
     }
-    if (sensor->accessType != TELD_QUERY) keepFirst(code, !file.flush(), family.code(Offset::seek));
+    if (sensor->accessType != TELD_QUERY) keepFirst(code, !file.flush(), family.code(family.flushFailure));
     if (family.streamErrorLog && file.failed()) skarDebugLog(2, family.streamErrorLog, errno);
-    keepFirst(code, std::fclose(sensor->dataFile) != 0 && creating, family.code(Offset::seek));
+    keepFirst(code, std::fclose(sensor->dataFile) != 0 && creating, family.code(family.flushFailure));
     sensor->dataFile = nullptr;
     if (written) {
         const int segments = writeSegments(*sensor, family);

@@ -37,6 +37,13 @@ struct ShadowLog {
     const char* decode = nullptr;
 };
 
+// When a read by number moves the file to its record.
+enum class Positioning {
+    everyRead,
+    unlessNext,    // not for the record behind the one read last
+    unlessRepeated // not for the one read last, so that repeating it gives the record behind it
+};
+
 struct Family {
     const char* name; // as log lines say it
     std::uint32_t sensorId;
@@ -44,13 +51,19 @@ struct Family {
     codes::Block base;
     Block<_TELD_Sensor> summary;
     Block<_TELD_LineSegment> extents; // of a segment, behind its record numbers
-    std::size_t recordSize;
+    std::size_t recordSize; // the words of the layout, and bytes behind them where the family has such
 
-    int nullHandle;              // code of a null handle
-    bool testsSensor;            // whether a handle of another family is told apart
-    bool structureBeforeAccess;  // which is tested first by reads and writes
-    bool seeksEveryRead = false; // whether the read by number looks every record up
-    int wrongSensorOnSave = 0;   // code of a wrong sensor in SaveStatusToDisk, where it is not the usual one
+    int nullHandle;                     // code of a null handle
+    bool testsSensor;                   // whether a handle of another family is told apart
+    bool logsWrongSensor = false;       // whether that leaves a log line
+    bool structureBeforeAccess = false; // which is tested first by reads and writes
+    bool keepsStatusShadow = true;      // whether statuses are loaded for update
+    Positioning positioning = Positioning::unlessNext;
+    std::int32_t lastRecordAtOpen = 0;
+    int wrongSensorOnSave = 0;  // code of a wrong sensor in SaveStatusToDisk, where it is not the usual one
+    int wrongSensorOnClose = 0; // the same for Close
+    Offset statusWriteFailure = Offset::writeStatus;
+    Offset flushFailure = Offset::seek;
     const char* streamErrorLog = nullptr;                     // logged at close when the stream has an error
     const char* endSegmentLogName = "EndSeqWriteLineSegment"; // of that operation in log lines
     SegmentOpenFailure segmentOpen;
@@ -74,7 +87,7 @@ constexpr Access operator|(Access a, Access b) {
 
 enum class Structure { unused, needed };
 
-// Logs a handle of another sensor and gives the code for it.
+// Gives the code for a handle of another sensor, and logs it where the family does.
 int wrongSensor(const Family& family, const char* operation);
 
 // The tests that every plain function begins with. `operation` stands in the log line of a wrong sensor.
@@ -98,6 +111,9 @@ struct FlatState {
 };
 inline FlatState& flatState(const _TELD_Sensor& sensor) {
     return *static_cast<FlatState*>(sensor.pReadStruct);
+}
+inline std::byte* recordBuffer(const _TELD_Sensor& sensor) {
+    return static_cast<std::byte*>(sensor.pReadStruct) + sizeof(FlatState);
 }
 // Allocates the read structure and makes both streams over its buffer. 0, or 5000009.
 int attachFlatState(_TELD_Sensor& sensor, const Family& family);
@@ -123,6 +139,8 @@ int setSegmentStatus(const Family& family, _TELD_Sensor* sensor, std::uint32_t s
 int setRecordStatus(const Family& family, _TELD_Sensor* sensor, std::uint32_t record, std::uint32_t status);
 int getRecordStatus(const Family& family, _TELD_Sensor* sensor, std::uint32_t record, std::uint32_t* status);
 int saveStatus(const Family& family, _TELD_Sensor* sensor);
+// Rewrites the first word of a record in place; the rest of it stays as it is.
+int writeRecordStatus(const Family& family, _TELD_Sensor& sensor, std::uint32_t record, std::uint32_t status);
 int closeFlat(const Family& family, _TELD_Sensor* sensor);
 
 // Finds a segment and hands out what all families have of it. The name is a copy from wcsdup.

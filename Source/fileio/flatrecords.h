@@ -12,7 +12,24 @@
 //
 //   static bool setReferences(_TELD_Sensor&, const Record&)   false for values without a coding
 //   static void widenExtents(_TELD_Sensor&, const Record&)
+//   static bool isStored(const _TELD_Sensor&)                 optional: false where records have no bytes
+//
+// A record may be longer than its layout. What is behind the words stays in the record buffer of the handle:
+// a read leaves it there, and a write takes it from there.
 namespace skar::fileio {
+
+inline bool setReferenceTime(_TELD_Sensor& sensor, double time) {
+    std::uint32_t minutes = 0;
+    const bool coded = TELD_EncodeRefTime(time, minutes);
+    sensor.referenceTime = static_cast<std::int32_t>(minutes);
+    return coded;
+}
+
+template <class Traits>
+[[gnu::always_inline]] inline bool isStored([[maybe_unused]] const _TELD_Sensor& sensor) {
+    if constexpr (requires { Traits::isStored(sensor); }) return Traits::isStored(sensor);
+    return true;
+}
 
 // `prepare` readies a new handle for the family's codings; it gives false to have the handle ended and the
 // code left as it is.
@@ -44,7 +61,8 @@ _TELD_Sensor* openFlat(const wchar_t* linePath, std::uint32_t sensorId, const wc
 // failed decode.
 template <class Traits>
 [[gnu::always_inline]] inline int nextRecord(_TELD_Sensor& sensor, typename Traits::Record& record) {
-    constexpr std::size_t size = Traits::record.size;
+    if (!isStored<Traits>(sensor)) return codes::success;
+    constexpr std::size_t size = Traits::family.recordSize;
     const std::byte* stored = sensor.state->file.read(size);
     if (!stored) [[unlikely]]
         return Traits::family.code(Offset::read);
@@ -70,8 +88,9 @@ template <class Traits>
     if (number < 1 || number > sensor->numRecords) return family.code(Offset::outOfRange);
     FlatState& state = flatState(*sensor);
     const RecordFile& file = sensor->state->file;
-    if (family.seeksEveryRead || number != static_cast<std::uint32_t>(state.lastRecordRead) + 1 ||
-        file.seeks() != state.seeksSeen)
+    constexpr std::uint32_t ahead = family.positioning == Positioning::unlessNext ? 1 : 0;
+    if (family.positioning == Positioning::everyRead ||
+        number != static_cast<std::uint32_t>(state.lastRecordRead) + ahead || file.seeks() != state.seeksSeen)
         state.needSeek = 1;
     if (state.needSeek) {
         if (const int code = seekRecord(*sensor, family, number)) return code;
@@ -88,13 +107,33 @@ template <class Traits>
 }
 
 // Where the next record goes, whatever moved the file since the last.
-inline std::int64_t endOfRecords(const _TELD_Sensor& sensor, const Family& family) {
-    return family.firstRecordOffset() +
-           std::int64_t{flatState(sensor).recordsWritten} * static_cast<std::int64_t>(family.recordSize);
+template <class Traits>
+std::int64_t endOfRecords(const _TELD_Sensor& sensor) {
+    constexpr const Family& family = Traits::family;
+    const std::int64_t there = isStored<Traits>(sensor) ? flatState(sensor).recordsWritten : 0;
+    return family.firstRecordOffset() + there * static_cast<std::int64_t>(family.recordSize);
 }
 
+// The record at the present position of the file, for the sequential readers.
 template <class Traits>
-[[gnu::always_inline]] inline int writeRecord(_TELD_Sensor* sensor, const typename Traits::Record& record) {
+[[gnu::always_inline]] inline int readInOrder(_TELD_Sensor* sensor, bool outputsGiven,
+                                              typename Traits::Record& record) {
+    if (const int code = checkHandle(Traits::family, sensor, "ReadSeq", inQuery, Structure::needed))
+        return code;
+    if (!outputsGiven) return codes::failed;
+    // A read by number must not go on from where this leaves the file.
+    flatState(*sensor).needSeek = 1;
+    return nextRecord<Traits>(*sensor, record);
+}
+
+struct LeaveRest {
+    void operator()(std::byte*) const noexcept {}
+};
+
+// `fillRest` sets what it wants to of the bytes behind the words, once nothing can be refused any more.
+template <class Traits, class FillRest = LeaveRest>
+[[gnu::always_inline]] inline int writeRecord(_TELD_Sensor* sensor, const typename Traits::Record& record,
+                                              FillRest fillRest = {}) {
     constexpr const Family& family = Traits::family;
     if (const int code = checkHandle(family, sensor, "SeqWrite", inCreate, Structure::needed)) return code;
     // Counted even if a later step fails.
@@ -107,15 +146,19 @@ template <class Traits>
     FlatState& state = flatState(*sensor);
     RecordFile& file = sensor->state->file;
     if (file.seeks() != state.seeksSeen) [[unlikely]] {
-        if (!file.seek(endOfRecords(*sensor, family))) return family.code(Offset::write);
+        if (!file.seek(endOfRecords<Traits>(*sensor))) return family.code(Offset::write);
         state.seeksSeen = file.seeks();
     }
     if (roomForIndexEntry(*sensor) != codes::success) return family.code(Offset::timeIndexEntry);
-    const RecordSpan span = recordSpan(sensor->encodeXDRStream, XDR_ENCODE);
-    if (span.size < bytes.size()) return family.code(Offset::encode);
-    std::memcpy(span.bytes, bytes.data(), bytes.size());
     const std::int64_t offset = file.position();
-    if (!file.append(bytes.data(), bytes.size())) return family.code(Offset::write);
+    if (isStored<Traits>(*sensor)) {
+        const RecordSpan span = recordSpan(sensor->encodeXDRStream, XDR_ENCODE);
+        if (span.size < family.recordSize) return family.code(Offset::encode);
+        std::memcpy(span.bytes, bytes.data(), bytes.size());
+        fillRest(span.bytes + bytes.size());
+        const std::byte* whole = family.recordSize == bytes.size() ? bytes.data() : span.bytes;
+        if (!file.append(whole, family.recordSize)) return family.code(Offset::write);
+    }
     enterInIndex(*sensor, static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset)), offset);
     Traits::widenExtents(*sensor, record);
     ++state.recordsWritten;

@@ -71,8 +71,8 @@ constexpr Family navigationFamily(const char* name, std::uint32_t id, const char
         .recordSize = recordLayout.size,
         .nullHandle = codes::navigation + Offset::nullHandle,
         .testsSensor = true,
-        .structureBeforeAccess = false,
-        .seeksEveryRead = true,
+        .logsWrongSensor = true,
+        .positioning = Positioning::everyRead,
         .wrongSensorOnSave = codes::navigation + Offset::nullHandle,
         .streamErrorLog = streamErrorLog,
         .endSegmentLogName = endSegmentLogName,
@@ -188,11 +188,9 @@ int read(_TELD_Sensor* sensor, std::uint32_t number, double* time, double* latit
 template <class Traits>
 int readSeq(_TELD_Sensor* sensor, double* time, double* latitude, double* longitude, double* auxiliary,
             std::uint32_t* status) {
-    if (const int code = checkHandle(Traits::family, sensor, "ReadSeq", inQuery, Structure::needed))
-        return code;
-    if (!(time && latitude && longitude && auxiliary && status)) return codes::failed;
+    const bool outputsGiven = time && latitude && longitude && auxiliary && status;
     Record record;
-    if (const int code = nextRecord<Traits>(*sensor, record)) return code;
+    if (const int code = readInOrder<Traits>(sensor, outputsGiven, record)) return code;
     return handOut(record, time, latitude, longitude, auxiliary, status);
 }
 

@@ -34,7 +34,8 @@ Text<char> narrow(const std::wstring& path) {
 
 int openFailure(const _TELD_Sensor& sensor, const Family& family, Purpose purpose) {
     const SegmentOpenFailure& failure = family.segmentOpen;
-    if (failure.fixedCode != 0) return failure.fixedCode;
+    if (failure.fixedCode != 0)
+        return purpose == Purpose::writing && failure.onWriting != 0 ? failure.onWriting : failure.fixedCode;
     const std::uint32_t cause = platform::lastError();
     const Text<char> path = narrow(sensor.lineSegmentsPath);
     const char* shown = path ? path.get() : "";

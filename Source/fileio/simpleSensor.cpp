@@ -70,10 +70,7 @@ struct SimpleSensorTraits {
     };
 
     static bool setReferences(_TELD_Sensor& sensor, const Record& record) {
-        std::uint32_t minutes = 0;
-        const bool coded = TELD_EncodeRefTime(record.time, minutes);
-        sensor.referenceTime = static_cast<std::int32_t>(minutes);
-        return coded;
+        return setReferenceTime(sensor, record.time);
     }
     static void widenExtents(_TELD_Sensor& sensor, const Record& record) {
         widenTime(sensor, record.time);

@@ -3,6 +3,7 @@
 
 /* All of the library's interface. */
 #include <skar/codes.h>
+#include <skar/eventmark.h>
 #include <skar/export.h>
 #include <skar/log.h>
 #include <skar/navigation.h>
@@ -10,7 +11,9 @@
 #include <skar/paths.h>
 #include <skar/platform.h>
 #include <skar/sensor.h>
+#include <skar/sensorparameters.h>
 #include <skar/simplesensor.h>
+#include <skar/ssp.h>
 #include <skar/time.h>
 #include <skar/version.h>
 
