@@ -26,8 +26,7 @@ struct HandleState {
 // the code of TmIdxEntry.
 int roomForIndexEntrySlow(_TELD_Sensor& sensor);
 inline int roomForIndexEntry(_TELD_Sensor& sensor) {
-    const _TELD_TmIdxSet* set = sensor.lastTmIdxSet;
-    const bool room = set && set->numRecords != fullTmIdxSet;
+    const bool room = sensor.state->index.takesEntry(sensor.lastTmIdxSet);
     return room && sensor.state->file.position() <= INT32_MAX ? 0 : roomForIndexEntrySlow(sensor);
 }
 

@@ -55,9 +55,11 @@ _TELD_TmIdxSet* TimeIndexStore::append(_TELD_Sensor& sensor, std::uint32_t capac
     memory_.push_back(std::move(entries));
     blocks_.push_back(std::move(block));
     sets_.push_back(set);
+    growing_ = set;
     link(sensor, set);
     if (sets_.size() == 1) uniform_ = fullTmIdxSet;
-    if (uniform_ != fullTmIdxSet) count();
+    const bool afterFull = sets_.size() == 1 || sets_[sets_.size() - 2]->numRecords == fullTmIdxSet;
+    if (uniform_ != fullTmIdxSet || !afterFull) count();
     return set;
 } catch (const std::bad_alloc&) {
     return nullptr;
@@ -72,6 +74,7 @@ bool TimeIndexStore::appendMany(_TELD_Sensor& sensor, std::uint32_t count) try {
         sets_.push_back(&block[i]);
     }
     blocks_.push_back(std::move(block));
+    growing_ = nullptr;
     return true;
 } catch (const std::bad_alloc&) {
     return false;
@@ -116,8 +119,7 @@ const _TELD_TmIdxPair* TimeIndexStore::find(const _TELD_Sensor& sensor, std::uin
 int roomForIndexEntrySlow(_TELD_Sensor& sensor) {
     const std::int64_t offset = sensor.state->file.position();
     if (offset < 0 || offset > std::numeric_limits<std::int32_t>::max()) return codes::failed;
-    const _TELD_TmIdxSet* set = sensor.lastTmIdxSet;
-    if (set && set->numRecords != fullTmIdxSet) return codes::success;
+    if (sensor.state->index.takesEntry(sensor.lastTmIdxSet)) return codes::success;
     if (!sensor.state->index.append(sensor, std::max(sensor.maxTmIdxSetSize, fullTmIdxSet))) {
         skarDebugLog(1, "TmIdxEntry: out of memory\n");
         return codes::outOfMemory;
@@ -263,10 +265,12 @@ int readIndex(_TELD_Sensor& sensor, std::FILE* file, qon_XDR& stream) {
     auto* arrays = static_cast<std::uint32_t*>(platform::allocateLarge(arrayWords * wordSize));
     if (!arrays) return codes::outOfMemory;
     sensor.state->index.adopt(arrays);
+    _TELD_TmIdxSet* const before = sensor.lastTmIdxSet;
     if (!sensor.state->index.appendMany(sensor, numSets)) return codes::outOfMemory;
 
     std::array<std::uint32_t, setHeaderWords * 1024> headers;
-    _TELD_TmIdxSet* set = sensor.firstTmIdxSet;
+    _TELD_TmIdxSet* const first = before ? before->next : sensor.firstTmIdxSet;
+    _TELD_TmIdxSet* set = first;
     for (std::uint32_t left = numSets; left > 0;) {
         const std::uint32_t step = std::min<std::uint32_t>(left, headers.size() / setHeaderWords);
         if (!readWords(file, headers.data(), std::size_t{step} * setHeaderWords)) return codes::timeIndexRead;
@@ -280,7 +284,7 @@ int readIndex(_TELD_Sensor& sensor, std::FILE* file, qon_XDR& stream) {
     if (!readWords(file, arrays, arrayWords)) return undecodedArray();
 
     std::size_t at = 0;
-    for (set = sensor.firstTmIdxSet; set; set = set->next) {
+    for (set = first; set; set = set->next) {
         const std::uint32_t claimed = set->numRecords;
         set->numRecords = 0;
         if (at == arrayWords) {

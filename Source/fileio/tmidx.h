@@ -31,6 +31,11 @@ public:
         if (uniform_ != fullTmIdxSet) count();
     }
 
+    // Whether an entry can be added to the set: one that was read has no room behind its entries.
+    bool takesEntry(const _TELD_TmIdxSet* set) const {
+        return set && set == growing_ && set->numRecords < fullTmIdxSet;
+    }
+
     const _TELD_TmIdxPair* find(const _TELD_Sensor& sensor, std::uint32_t recordNumber) const;
 
 private:
@@ -42,6 +47,7 @@ private:
     std::vector<std::unique_ptr<_TELD_TmIdxSet[]>> blocks_;
     std::vector<std::unique_ptr<void, Free>> memory_;
     std::vector<const _TELD_TmIdxSet*> sets_; // in order
+    const _TELD_TmIdxSet* growing_ = nullptr; // has room for the full count
     // All sets but the last hold this many entries; 0 when they differ, and `ends_` has the records up to and
     // with each.
     std::uint32_t uniform_ = 0;
