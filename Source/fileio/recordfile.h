@@ -46,6 +46,7 @@ public:
     // are then not taken.
     bool append(const void* bytes, std::size_t size) {
         if (size <= room_) [[likely]] {
+            windowSize_ = 0; // a read that follows has to find the buffer
             std::memcpy(buffer_.get() + pending_, bytes, size);
             pending_ += size;
             room_ -= size;
