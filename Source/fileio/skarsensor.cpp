@@ -23,6 +23,7 @@ using namespace skar::fileio;
 namespace {
 
 std::atomic<bool> initialised{false};
+std::atomic<bool> environmentSet{false};
 
 __attribute__((destructor)) void clearInitialised() {
     initialised = false;
@@ -82,11 +83,12 @@ _TELD_Sensor* makeHandle(std::FILE* dataFile) {
 } // namespace
 
 int SKARIO_Init(unsigned char setUpEnvironment) {
-    if (setUpEnvironment && !initialised) {
+    if (setUpEnvironment && !environmentSet) {
         if (const int code = platform::setUpEnvironment()) {
             std::printf("Unable to read the SKAR registry.\n");
             return code;
         }
+        environmentSet = true;
     }
     initialised = true;
     return codes::success;
