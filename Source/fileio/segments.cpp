@@ -65,20 +65,29 @@ int openFailure(const _TELD_Sensor& sensor, const Family& family, Purpose purpos
     return purpose == Purpose::writing && failure.onWriting != 0 ? failure.onWriting : code;
 }
 
-// Bytes of the file that are still ahead.
-std::uint32_t bytesAhead(std::FILE* file) {
-    const std::int64_t ahead = platform::streamSize(file) - std::ftell(file);
-    return static_cast<std::uint32_t>(std::clamp<std::int64_t>(ahead, 0, INT32_MAX));
+// Text with a length before it. It cannot have more bytes than are left in the file; nothing is allocated for
+// one that claims to, and the stream tells what it tells of bytes that are not there.
+bool decodeName(qon_XDR& stream, std::FILE* file, std::uint32_t nameLength, char*& stored) {
+    const std::int64_t end = platform::streamSize(file);
+    const std::int64_t ahead = end - std::ftell(file) - static_cast<std::int64_t>(wordSize);
+    const std::int64_t most = std::max<std::int64_t>(ahead, 0);
+    if (qon_xdr_string(&stream, &stored,
+                       static_cast<std::uint32_t>(std::min<std::int64_t>(nameLength, most))))
+        return true;
+    if (!stored && ahead >= 0 && nameLength > ahead) {
+        std::byte missing;
+        std::fseek(file, static_cast<long>(end), SEEK_SET);
+        stream.x_ops->getbytes(&stream, &missing, 1);
+    }
+    return false;
 }
 
 bool readSegment(_TELD_Sensor& sensor, const Family& family, qon_XDR& stream, std::FILE* file) {
     std::uint32_t status = 0;
     std::uint32_t nameLength = 0;
     if (!qon_xdr_u_int(&stream, &status) || !qon_xdr_u_int(&stream, &nameLength)) return false;
-    // The length before the name is the most that the name may have; it cannot have more than the file does
-    // either.
     char* stored = nullptr;
-    const int decoded = qon_xdr_string(&stream, &stored, std::min(nameLength, bytesAhead(file)));
+    const bool decoded = decodeName(stream, file, nameLength, stored);
     const Text<char> name(stored);
     if (!decoded) return false;
     _TELD_LineSegment* segment = LnSegAlloc(&sensor);
