@@ -284,14 +284,16 @@ int closeFlat(const Family& family, _TELD_Sensor* sensor) {
     if (family.streamErrorLog && file.failed()) skarDebugLog(2, family.streamErrorLog, errno);
     keepFirst(code, std::fclose(sensor->dataFile) != 0 && creating, family.code(family.flushFailure));
     sensor->dataFile = nullptr;
-    if (written) {
+    if (written && code == codes::success) {
         const int segments = writeSegments(*sensor, family);
         keepFirst(code, segments != codes::success, segments);
         keepFirst(code, TmIdxWrite(sensor) != codes::success, family.code(Offset::writeTimeIndex));
     } else if (creating) {
-        // Side files of a set that was here before belong to records that are gone.
-        for (const std::wstring& path : {sensor->dataFilePath, sensor->lineSegmentsPath, sensor->tmIdxPath})
+        // Side files of a set that was here before belong to records that are gone. With them a data file
+        // without its summary would open as a series of no records at times that are none.
+        for (const std::wstring& path : {sensor->lineSegmentsPath, sensor->tmIdxPath})
             platform::removeFile(path.c_str());
+        if (!written) platform::removeFile(sensor->dataFilePath.c_str());
     }
     keepFirst(code, SensorFree(sensor) != codes::success, family.code(Offset::freeSensor));
     return code;
