@@ -3,6 +3,8 @@
 #include <boost/smart_ptr/make_shared.hpp>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <iomanip>
 #include <sstream>
 #include <stdexcept>
@@ -174,6 +176,16 @@ LogCapture::LogCapture(int level)
     CapturingLogger logger(lines_);
     logger.setDebuggingLevel(static_cast<SKAR::DebugLogOutputLevel>(level));
     SKAR::setDebugLogger(logger);
+}
+
+void inItsOwnProcess(const std::function<void()>& body) {
+    testing::GTEST_FLAG(death_test_style) = "threadsafe";
+    const auto run = [&] {
+        body();
+        std::fflush(nullptr);
+        std::_Exit(testing::Test::HasFailure() ? 1 : 0);
+    };
+    EXPECT_EXIT(run(), testing::ExitedWithCode(0), "");
 }
 
 LogCapture::~LogCapture() {

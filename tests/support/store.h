@@ -10,6 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string>
@@ -56,6 +57,7 @@ public:
 
     const std::string& string() const { return bytes_; }
     operator const std::string&() const { return bytes_; } // NOLINT: meant to stand for its bytes
+    operator std::string_view() const { return bytes_; }   // NOLINT
     std::size_t size() const { return bytes_.size(); }
     const std::vector<Field>& fields() const { return fields_; }
 
@@ -147,5 +149,8 @@ private:
     std::shared_ptr<Lines> lines_;
     boost::shared_ptr<SKAR::DebugLogger> before_;
 };
+
+// Runs a body in a fresh process, for what a process does only once or must not do to the tests after it.
+void inItsOwnProcess(const std::function<void()>& body);
 
 } // namespace skar::tests
