@@ -15,7 +15,9 @@ namespace {
 
 #if defined(__x86_64__)
 // The same loop where one instruction turns eight words; the opening of a long line is half as long with it.
-[[gnu::target("avx2")]] void swapEachWide(std::byte* bytes, std::size_t count) noexcept { swapEach(bytes, count); }
+[[gnu::target("avx2")]] void swapEachWide(std::byte* bytes, std::size_t count) noexcept {
+    swapEach(bytes, count);
+}
 #endif
 
 } // namespace

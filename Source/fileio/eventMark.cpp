@@ -112,7 +112,7 @@ _TELD_Sensor* EMOpenDir(const wchar_t* linePath, const wchar_t* accessToken, std
 }
 
 int EMClose(_TELD_Sensor* sensor) {
-    return closeFlat(family, sensor);
+    return closeSensor(family, sensor);
 }
 
 int EMSummary(_TELD_Sensor* sensor, std::uint32_t* numLineSegments, std::uint32_t* numRecords,

@@ -266,7 +266,24 @@ int saveStatus(const Family& family, _TELD_Sensor* sensor) {
     return sensor->state->file.flush() ? codes::success : family.code(family.flushFailure);
 }
 
-int closeFlat(const Family& family, _TELD_Sensor* sensor) {
+int setSourceFileName(const Family& family, _TELD_Sensor* sensor, const wchar_t* name, codes::Block block,
+                      Offset nullName) {
+    if (!sensor) return block + Offset::nullHandle;
+    if (sensor->sensorType != family.storedType) return block + Offset::wrongSensor;
+    if (sensor->accessType != TELD_UPDATE) return block + Offset::wrongAccess;
+    if (!name) return block + nullName;
+    for (auto* segment = sensor->firstLineSegment; segment; segment = segment->next) {
+        wchar_t* copy = wcsdup(name);
+        if (!copy) return codes::outOfMemory;
+        std::free(segment->name);
+        segment->name = copy;
+        segment->nameLength = static_cast<std::uint32_t>(std::wcslen(copy));
+    }
+    return writeSegments(*sensor, family) == codes::success ? codes::success
+                                                            : codes::observedDepths + Offset::writeSegments;
+}
+
+int closeSensor(const Family& family, _TELD_Sensor* sensor) {
     if (family.wrongSensorOnClose != 0 && sensor && sensor->sensorType != family.storedType)
         return family.wrongSensorOnClose;
     if (const int code = checkHandle(family, sensor, "Close", inAny, Structure::needed)) return code;

@@ -141,7 +141,11 @@ int getRecordStatus(const Family& family, _TELD_Sensor* sensor, std::uint32_t re
 int saveStatus(const Family& family, _TELD_Sensor* sensor);
 // Rewrites the first word of a record in place; the rest of it stays as it is.
 int writeRecordStatus(const Family& family, _TELD_Sensor& sensor, std::uint32_t record, std::uint32_t status);
-int closeFlat(const Family& family, _TELD_Sensor* sensor);
+// Gives every segment that source file name and rewrites the LineSegments file. The codes are those of a
+// block that need not be the family's, as is that of a failed rewrite.
+int setSourceFileName(const Family& family, _TELD_Sensor* sensor, const wchar_t* name, codes::Block block,
+                      Offset nullName);
+int closeSensor(const Family& family, _TELD_Sensor* sensor);
 
 // Finds a segment and hands out what all families have of it. The name is a copy from wcsdup.
 int getSegment(const Family& family, _TELD_Sensor* sensor, std::uint32_t number, wchar_t** name,

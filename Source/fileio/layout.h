@@ -87,6 +87,14 @@ struct Element {
     const double& operator()(const Record& record) const noexcept { return (record.*array)[index]; }
 };
 
+// The record itself, for a word that several members share: its coding encodes from it and decodes into it.
+struct Whole {
+    template <class Record>
+    Record& operator()(Record& record) const noexcept {
+        return record;
+    }
+};
+
 template <class Coding, class Access>
 struct Field {
     using coding = Coding;
@@ -174,7 +182,10 @@ private:
     }
     template <class F>
     static void decodeField(const F& f, const Scale& scale, const std::byte* at, Record& record) noexcept {
-        std::invoke(f.access, record) = F::coding::decode(scale, loadWord(at));
+        if constexpr (requires { F::coding::decodeInto(scale, 0u, std::invoke(f.access, record)); })
+            F::coding::decodeInto(scale, loadWord(at), std::invoke(f.access, record));
+        else
+            std::invoke(f.access, record) = F::coding::decode(scale, loadWord(at));
     }
 };
 

@@ -1,6 +1,5 @@
 #include "fileio/flatrecords.h"
-#include "fileio/segments.h"
-#include "platform/file.h"
+#include "fileio/setnames.h"
 
 #include <skar/errors.h>
 #include <skar/navigation.h>
@@ -200,32 +199,17 @@ int beginTrackSummary(const Family& family, _TELD_Sensor* sensor, std::uint32_t 
     return codes::success;
 }
 
-// The codes of the observed depths are meant.
-int setSourceFileName(const Family& family, _TELD_Sensor* sensor, const wchar_t* name) {
-    constexpr codes::Block block = codes::observedDepths;
-    if (!sensor) return block + Offset::nullHandle;
-    if (sensor->sensorType != family.storedType) return block + Offset::wrongSensor;
-    if (sensor->accessType != TELD_UPDATE) return block + Offset::wrongAccess;
-    if (!name) return block + Offset::openNoSpace;
-    for (auto* segment = sensor->firstLineSegment; segment; segment = segment->next) {
-        wchar_t* copy = wcsdup(name);
-        if (!copy) return codes::outOfMemory;
-        std::free(segment->name);
-        segment->name = copy;
-        segment->nameLength = static_cast<std::uint32_t>(std::wcslen(copy));
-    }
-    return writeSegments(*sensor, family) == codes::success ? codes::success : block + Offset::writeSegments;
-}
-
-constexpr const wchar_t* suffixes[] = {L"", L"LineSegments", L"TmIdx"};
-
 int removeTrack(const wchar_t* linePath, const wchar_t* fileName) try {
     if (!linePath) return codes::failed;
-    for (const wchar_t* suffix : suffixes)
-        platform::removeFile((std::wstring(linePath) + L'\\' + fileName + suffix).c_str());
+    removeFiles(linePath, fileName, L"");
     return codes::success;
 } catch (const std::bad_alloc&) {
     return codes::outOfMemory;
+}
+
+// The codes of the observed depths are meant.
+int renameSource(const Family& family, _TELD_Sensor* sensor, const wchar_t* name) {
+    return setSourceFileName(family, sensor, name, codes::observedDepths, Offset::openNoSpace);
 }
 
 } // namespace
@@ -268,7 +252,7 @@ void SKAR::IO::Navigation::ReadNext(_TELD_Sensor& sensor, Record& record) {
 
 #define SKAR_NAVIGATION(Family)                                                                              \
     int Family##Close(_TELD_Sensor* sensor) {                                                                \
-        return closeFlat(Family##Traits::family, sensor);                                                    \
+        return closeSensor(Family##Traits::family, sensor);                                                  \
     }                                                                                                        \
     int Family##Summary(_TELD_Sensor* sensor, std::uint32_t* numLineSegments, std::uint32_t* numRecords,     \
                         std::uint32_t* coordinateType, double* minTime, double* maxTime, double* minLat,     \
@@ -330,7 +314,7 @@ void SKAR::IO::Navigation::ReadNext(_TELD_Sensor& sensor, Record& record) {
         return saveStatus(Family##Traits::family, sensor);                                                   \
     }                                                                                                        \
     int Family##SetSourceFileName(_TELD_Sensor* sensor, const wchar_t* name) {                               \
-        return setSourceFileName(Family##Traits::family, sensor, name);                                      \
+        return renameSource(Family##Traits::family, sensor, name);                                           \
     }                                                                                                        \
     int Family##RemoveDir(const wchar_t* linePath) {                                                         \
         return removeTrack(linePath, L## #Family);                                                           \
@@ -350,14 +334,10 @@ _TELD_Sensor* NavigationNewOpenDir(const wchar_t* linePath, const wchar_t* acces
 int NavigationNewRestoreBackupDir(const wchar_t* linePath) {
     if (!linePath) return codes::failed;
     NavigationRemoveDir(linePath);
-    const std::wstring line = linePath;
-    for (const wchar_t* suffix : suffixes) {
-        const std::wstring from = line + L"\\NavigationNew" + suffix;
-        const std::wstring to = line + L"\\Navigation" + suffix;
-        if (platform::renameFile(from.c_str(), to.c_str())) continue;
+    if (!renameFiles(linePath, L"NavigationNew", L"", L"Navigation", L"")) {
         SKAR::NavigationIOError failure;
         failure << bathy::error::BathyException::tag_error_code(codes::navigation + Offset::rename)
-                << SKAR::stdio_error_info(errno) << SKAR::file_name_info(MORVAUString(from.c_str()));
+                << SKAR::stdio_error_info(errno) << SKAR::line_name_info(MORVAUString(linePath));
         BOOST_THROW_EXCEPTION(failure);
     }
     return codes::success;

@@ -62,11 +62,12 @@ bool RecordFile::appendBeyond(const void* bytes, std::size_t size) {
 
 bool RecordFile::flushPending() noexcept {
     if (pending_ == 0) return true;
-    forget(position_, pending_);
     if (!platform::writeAt(file_, position_, buffer_.get(), pending_)) {
         failed_ = true;
+        windowSize_ = 0; // part of it may have been written
         return false;
     }
+    showWritten(position_, buffer_.get(), pending_);
     position_ += static_cast<std::int64_t>(pending_);
     pending_ = 0;
     room_ = bufferSize;
@@ -75,11 +76,12 @@ bool RecordFile::flushPending() noexcept {
 
 bool RecordFile::write(const void* bytes, std::size_t size) {
     if (!flushPending()) return false;
-    forget(position_, size);
     if (!platform::writeAt(file_, position_, bytes, size)) {
         failed_ = true;
+        windowSize_ = 0; // part of it may have been written
         return false;
     }
+    showWritten(position_, bytes, size);
     position_ += static_cast<std::int64_t>(size);
     return true;
 }
@@ -91,9 +93,13 @@ bool RecordFile::flush() noexcept {
     return false;
 }
 
-// The window must not show what stood in the file before.
-void RecordFile::forget(std::int64_t from, std::size_t size) noexcept {
-    if (from < windowStart_ + windowSize_ && from + static_cast<std::int64_t>(size) > windowStart_)
+// What is written shows in the window: a part that lies within it is put there, any other overlap empties it.
+void RecordFile::showWritten(std::int64_t from, const void* bytes, std::size_t size) noexcept {
+    const std::int64_t end = from + static_cast<std::int64_t>(size);
+    const std::int64_t windowEnd = windowStart_ + windowSize_;
+    if (from >= windowStart_ && end <= windowEnd)
+        std::memcpy(window_.get() + (from - windowStart_), bytes, size);
+    else if (from < windowEnd && end > windowStart_)
         windowSize_ = 0;
 }
 

@@ -69,7 +69,7 @@ private:
     bool appendBeyond(const void* bytes, std::size_t size);
     bool flushPending() noexcept;
     bool reserve(std::size_t size);
-    void forget(std::int64_t from, std::size_t size) noexcept;
+    void showWritten(std::int64_t from, const void* bytes, std::size_t size) noexcept;
 
     std::FILE* file_;
     std::int64_t position_ = 0;

@@ -150,7 +150,7 @@ _TELD_Sensor* SensorParametersOpenDir(const wchar_t* linePath, const wchar_t* ac
 }
 
 int SensorParametersClose(_TELD_Sensor* sensor) {
-    return closeFlat(family, sensor);
+    return closeSensor(family, sensor);
 }
 
 int SensorParametersSummary(_TELD_Sensor* sensor, std::uint32_t* sonarType, std::uint32_t* sonarVersion,

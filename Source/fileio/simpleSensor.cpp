@@ -152,7 +152,7 @@ _TELD_Sensor* SimpleSensorOpen(const wchar_t* linePath, const wchar_t* accessTok
 }
 
 int SimpleSensorClose(_TELD_Sensor* sensor) {
-    return closeFlat(family, sensor);
+    return closeSensor(family, sensor);
 }
 
 int SimpleSensorSummary(_TELD_Sensor* sensor, std::uint32_t* numLineSegments, std::uint32_t* numRecords,

@@ -1,3 +1,4 @@
+#include "fileio/blockcache.h"
 #include "fileio/coding.h"
 #include "fileio/handle.h"
 #include "fileio/sensortype.h"
@@ -198,6 +199,7 @@ int SensorFree(_TELD_Sensor* sensor) {
     int code = codes::success;
     for (std::FILE* file : {sensor->dataFile, sensor->traceFile})
         if (file && std::fclose(file) != 0) code = codes::failed;
+    destroy(cacheOf(*sensor));
     qon_xdr_destroy(&sensor->encodeXDRStream);
     qon_xdr_destroy(&sensor->decodeXDRStream);
     std::free(sensor->statusShadowChanged);

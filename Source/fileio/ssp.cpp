@@ -150,7 +150,7 @@ _TELD_Sensor* SspOpenDir(const wchar_t* linePath, const wchar_t* accessToken, st
 }
 
 int SspClose(_TELD_Sensor* sensor) {
-    return closeFlat(family, sensor);
+    return closeSensor(family, sensor);
 }
 
 int SspSummary(_TELD_Sensor* sensor, std::uint32_t* numLineSegments, std::uint32_t* numRecords,

@@ -174,6 +174,8 @@ struct _TELD_Sensor {
     std::uint32_t* statusShadow;       /* a status per record, from 1; owned */
     std::int32_t (*encodeValue)(double);
     double (*decodeValue)(std::int32_t);
+    std::uint32_t numDepths;   /* of the profile families: beams over all profiles */
+    std::uint32_t toolType2;   /* of the uncertainties */
     skar::fileio::HandleState* state; /* the library's own: read window, write buffer, index of the index; owned */
 };
 

@@ -8,6 +8,7 @@
 #include <skar/log.h>
 #include <skar/navigation.h>
 #include <skar/platform.h>
+#include <skar/observeddepths.h>
 #include <skar/paths.h>
 #include <skar/platform.h>
 #include <skar/sensor.h>

@@ -1,0 +1,494 @@
+#pragma once
+
+#include "fileio/blockcache.h"
+#include "fileio/family.h"
+#include "fileio/xdr.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cfloat>
+#include <cstring>
+#include <vector>
+
+// Reading, writing and updating of the families whose file is a run of profiles (pings), each a header
+// directly followed by one record per beam. A family is a Traits class:
+//
+//   using Beam                                  what a caller gets of a beam
+//   static constexpr Family family              codes and departures
+//   static constexpr std::uint32_t written      the version that is written; only that one is updated in
+//   place static constexpr auto& header, beam         the layouts of that version static decltype(auto)
+//   withVersion(version, use)   calls use(header, beam) with the layouts of a version static bool
+//   setReferences(_TELD_Sensor&, const ProfileHeader&) static void widenByHeader(_TELD_Sensor&, const
+//   ProfileHeader&), widenByBeam(_TELD_Sensor&, const Beam&)
+//
+// What a read came to is a Step; how a step reads as a code, a key and details is a table of the family
+// (StepTable).
+namespace skar::fileio {
+
+struct BeamRange {
+    std::uint32_t numDepths = 0;
+    std::uint32_t startBeam = 1;
+};
+
+// Everything that a header of any family may hold; a version without a value leaves it as it is.
+struct ProfileHeader {
+    std::uint32_t status = 0;
+    BeamRange range;
+    double time = 0.0;
+    double latitude = 0.0;
+    double longitude = 0.0;
+    double minLatitude = 0.0;
+    double maxLatitude = 0.0;
+    double minLongitude = 0.0;
+    double maxLongitude = 0.0;
+    double angle1 = DBL_MAX;
+    double length1 = DBL_MAX;
+    double angle2 = DBL_MAX;
+    double angle3 = DBL_MAX;
+    double length2 = DBL_MAX;
+    double length3 = DBL_MAX;
+    double angle4 = DBL_MAX;
+    double angle5 = DBL_MAX;
+    std::uint32_t tag = 0;
+};
+
+// The read structure of a profile handle. The common state comes first, as in every family.
+struct ProfileState {
+    FlatState common; // needSeek: the file does not stand at the next beam of the current profile
+    std::uint32_t version;
+    double time; // of the profile whose beams are read or written
+    double latitude;
+    double longitude;
+    // The profile whose header is known, 0 for none, and what its header says.
+    std::uint32_t profile;
+    std::uint32_t numDepths;
+    std::uint32_t startBeam;
+    std::uint32_t beam; // read last
+    std::int64_t profileOffset;
+    std::int64_t end; // of what was written, in create mode
+    std::uint32_t profileStatus;
+    std::byte buffer[96]; // under both streams
+};
+inline ProfileState& profileState(const _TELD_Sensor& sensor) {
+    return *static_cast<ProfileState*>(sensor.pReadStruct);
+}
+
+// Count in bits 16 to 31, first beam in bits 0 to 15.
+struct DepthRange {
+    static constexpr const char* wordType = "u_int";
+    static constexpr const char* meaning = "number of beams in bits 16 to 31, first beam in bits 0 to 15";
+    static bool encode(const Scale&, const BeamRange& range, std::uint32_t& word) noexcept {
+        word = range.numDepths << 16 | (range.startBeam & 0xFFFF);
+        return range.numDepths <= 0xFFFF && range.startBeam <= 0xFFFF;
+    }
+    static BeamRange decode(const Scale&, std::uint32_t word) noexcept { return {word >> 16, word & 0xFFFF}; }
+};
+
+// The count alone, where beams begin with 1.
+struct DepthCount {
+    static constexpr const char* wordType = "u_int";
+    static constexpr const char* meaning = "number of beams; the first beam is 1";
+    static bool encode(const Scale&, const BeamRange& range, std::uint32_t& word) noexcept {
+        word = range.numDepths;
+        return true;
+    }
+    static BeamRange decode(const Scale&, std::uint32_t word) noexcept { return {word, 1}; }
+};
+
+// A time as ticks of the secondary clock from the profile's.
+struct ProfileTime {
+    static constexpr const char* wordType = "int";
+    static constexpr const char* meaning = "seconds: (t - profile time) * secondaryClockAccuracy, rounded";
+    static bool encode(const Scale& scale, double value, std::uint32_t& word) noexcept {
+        return roundToWord((value - profileState(scale).time) * scale.secondaryClockAccuracy, word);
+    }
+    static double decode(const Scale& scale, std::uint32_t word) noexcept {
+        return static_cast<double>(static_cast<std::int32_t>(word)) / scale.secondaryClockAccuracy +
+               profileState(scale).time;
+    }
+};
+
+// Status in bits 16 to 31, where it also stands for the caller, and the time offset as a signed 16-bit value
+// below, cut without a check. Stray low bits of a status are a caller's fault and corrupt the offset.
+struct StatusAndOffset {
+    static constexpr const char* wordType = "u_int";
+    static constexpr const char* meaning = "status in bits 16 to 31, 16-bit time offset in bits 0 to 15";
+    template <class Beam>
+    static bool encode(const Scale& scale, const Beam& beam, std::uint32_t& word) noexcept {
+        const bool coded = ProfileTime::encode(scale, beam.time, word);
+        word = (word & 0xFFFF) | beam.status;
+        return coded;
+    }
+    template <class Beam>
+    static void decodeInto(const Scale& scale, std::uint32_t word, Beam& beam) noexcept {
+        beam.status = word & 0xFFFF0000;
+        beam.time = static_cast<double>(static_cast<std::int16_t>(word)) / scale.secondaryClockAccuracy +
+                    profileState(scale).time;
+    }
+};
+
+struct Radians {
+    static constexpr const char* wordType = "int";
+    static constexpr const char* meaning = "radians * 1e7, rounded";
+    static bool encode(const Scale&, double value, std::uint32_t& word) noexcept {
+        return TELD_EncodeRadians(value, word);
+    }
+    static double decode(const Scale&, std::uint32_t word) noexcept {
+        return TELD_DecodeRadians(static_cast<std::int32_t>(word));
+    }
+};
+
+// Where a read came to an end.
+enum class Step {
+    done,
+    wrongSensor,
+    noStructure,
+    wrongAccess,
+    profileRange,
+    mapIndex,
+    seekHeader,
+    readHeader,
+    positionHeader,
+    decodeHeader,
+    startBeamBelow,
+    startBeamBeyond,
+    beamRange,
+    seekBeam,
+    readBeam,
+    positionBeam,
+    decodeBeam,
+};
+
+// Room for a header and a beam of any version under both streams.
+int attachProfileState(_TELD_Sensor& sensor, std::uint32_t version, std::size_t encodeSize,
+                       std::size_t decodeSize);
+
+// The tests of a random read, in the order of the family.
+inline Step checkRead(const _TELD_Sensor& sensor, const Family& family, std::uint32_t profile,
+                      std::uint32_t profiles) {
+    const bool denied = sensor.accessType != TELD_QUERY && sensor.accessType != TELD_UPDATE;
+    if (sensor.sensorType != family.storedType) return Step::wrongSensor;
+    if (family.structureBeforeAccess && !sensor.pReadStruct) return Step::noStructure;
+    if (denied) return Step::wrongAccess;
+    if (!sensor.pReadStruct) return Step::noStructure;
+    return profile < 1 || profile > profiles ? Step::profileRange : Step::done;
+}
+
+// How many bytes there are ahead in the file or in the cached record.
+inline bool fits(const _TELD_Sensor& sensor, std::uint64_t bytes) {
+    const RecordFile& file = sensor.state->file;
+    return bytes <= static_cast<std::uint64_t>(std::max<std::int64_t>(0, file.size() - file.position()));
+}
+
+// Decodes a run of bytes through the handle's stream: its position and room are what a word by word decoding
+// would find.
+template <class Layout, class Record>
+[[gnu::always_inline]] inline Step decodeThrough(const _TELD_Sensor& sensor, const Layout& layout,
+                                                 const std::byte* bytes, Record& record, Step unpositioned,
+                                                 Step undecoded) {
+    const RecordSpan span = recordSpan(sensor.decodeXDRStream, XDR_DECODE);
+    if (!span.bytes) [[unlikely]]
+        return unpositioned;
+    if (span.size < layout.size) [[unlikely]]
+        return undecoded;
+    std::memcpy(span.bytes, bytes, layout.size);
+    layout.decode(sensor, bytes, record);
+    return Step::done;
+}
+
+// The next header of the file or, with a block cache, of the cached record; what it says is the base of the
+// beams that follow. `profile` is its number, 0 when it is not known.
+template <class Traits>
+Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, ProfileHeader& header) {
+    ProfileState& state = profileState(sensor);
+    state.profile = 0;
+    state.common.needSeek = 1;
+    return Traits::withVersion(state.version, [&](const auto& headerLayout, const auto&) {
+        const std::int64_t offset = sensor.state->file.position();
+        std::array<std::byte, sizeof state.buffer> copy;
+        const std::byte* bytes = copy.data();
+        if (!cached)
+            bytes = sensor.state->file.read(headerLayout.size);
+        else if (!BlockIOFread(cacheOf(sensor), copy.data(), headerLayout.size))
+            bytes = nullptr;
+        if (!bytes) return Step::readHeader;
+        ProfileHeader decoded;
+        const Step step =
+            decodeThrough(sensor, headerLayout, bytes, decoded, Step::positionHeader, Step::decodeHeader);
+        if (step != Step::done) return step;
+        Traits::completeHeader(state.version, decoded);
+        header = decoded;
+        state.time = decoded.time;
+        state.latitude = decoded.latitude;
+        state.longitude = decoded.longitude;
+        state.numDepths = decoded.range.numDepths;
+        state.startBeam = decoded.range.startBeam;
+        state.profile = profile;
+        state.profileOffset = offset;
+        state.profileStatus = decoded.status;
+        return Step::done;
+    });
+}
+
+// The header of a profile by number, straight from the file.
+template <class Traits>
+Step seekHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, int& indexCode) {
+    std::int32_t offset = 0;
+    indexCode = TmIdxMapIndexToByteOffset(&sensor, profile, &offset);
+    if (indexCode != codes::success) return Step::mapIndex;
+    if (!sensor.state->file.seek(offset)) return Step::seekHeader;
+    return takeHeader<Traits>(sensor, profile, false, header);
+}
+
+// Makes the known header that of a profile without moving on from it.
+template <class Traits>
+Step ensureHeader(_TELD_Sensor& sensor, std::uint32_t profile, int& indexCode) {
+    if (profileState(sensor).profile == profile) return Step::done;
+    ProfileHeader header;
+    return seekHeader<Traits>(sensor, profile, header, indexCode);
+}
+
+// The next beam of the file or of the cached record.
+template <class Traits>
+[[gnu::always_inline]] inline Step takeBeam(_TELD_Sensor& sensor, bool cached, typename Traits::Beam& beam) {
+    return Traits::withVersion(profileState(sensor).version, [&](const auto&, const auto& beamLayout) {
+        std::array<std::byte, sizeof(ProfileState::buffer)> copy;
+        const std::byte* bytes = copy.data();
+        if (!cached) [[likely]]
+            bytes = sensor.state->file.read(beamLayout.size);
+        else if (!BlockIOFread(cacheOf(sensor), copy.data(), beamLayout.size))
+            bytes = nullptr;
+        if (!bytes) [[unlikely]]
+            return Step::readBeam;
+        return decodeThrough(sensor, beamLayout, bytes, beam, Step::positionBeam, Step::decodeBeam);
+    });
+}
+
+template <class Traits>
+std::size_t headerSize(std::uint32_t version) {
+    return Traits::withVersion(version, [](const auto& header, const auto&) { return header.size; });
+}
+template <class Traits>
+std::size_t beamSize(std::uint32_t version) {
+    return Traits::withVersion(version, [](const auto&, const auto& beam) { return beam.size; });
+}
+
+// Positions the file at a beam that is not the next one.
+template <class Traits>
+Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, int& indexCode) {
+    ProfileState& state = profileState(sensor);
+    ProfileHeader header;
+    const Step step = seekHeader<Traits>(sensor, profile, header, indexCode);
+    if (step != Step::done) return step;
+    if constexpr (Traits::testsStartBeam) {
+        if (state.startBeam < 1) return Step::startBeamBelow;
+        // Held against the count and not against the last beam, which shuts out profiles that begin late.
+        if (state.startBeam > state.numDepths) return Step::startBeamBeyond;
+    }
+    if (beam < state.startBeam || beam - state.startBeam >= state.numDepths) return Step::beamRange;
+    const auto ahead = static_cast<std::int64_t>(beam - state.startBeam) *
+                       static_cast<std::int64_t>(beamSize<Traits>(state.version));
+    RecordFile& file = sensor.state->file;
+    return file.seek(file.position() + ahead) ? Step::done : Step::seekBeam;
+}
+
+// A beam by profile and beam. Reading the beams of a profile in order looks the header up once.
+template <class Traits>
+[[gnu::always_inline]] inline Step readBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam,
+                                            typename Traits::Beam& result, int& indexCode) {
+    if (const Step step = checkRead(sensor, Traits::family, profile, Traits::profileLimit(sensor));
+        step != Step::done)
+        return step;
+    ProfileState& state = profileState(sensor);
+    const RecordFile& file = sensor.state->file;
+    if (state.common.needSeek || profile != state.profile || beam != state.beam + 1 ||
+        file.seeks() != state.common.seeksSeen) {
+        state.common.needSeek = 1;
+        if (const Step step = seekBeam<Traits>(sensor, profile, beam, indexCode); step != Step::done)
+            return step;
+    } else if (beam - state.startBeam >= state.numDepths) {
+        return Step::beamRange;
+    }
+    const Step step = takeBeam<Traits>(sensor, false, result);
+    state.common.needSeek = step != Step::done;
+    state.common.seeksSeen = file.seeks();
+    state.beam = beam;
+    return step;
+}
+
+// All beams of the profile whose header was just taken, in one run.
+template <class Traits, class Target>
+Step readBeams(_TELD_Sensor& sensor, Target&& target) {
+    ProfileState& state = profileState(sensor);
+    return Traits::withVersion(state.version, [&](const auto&, const auto& beamLayout) {
+        const RecordSpan span = recordSpan(sensor.decodeXDRStream, XDR_DECODE);
+        if (!span.bytes) return Step::positionBeam;
+        if (span.size < beamLayout.size) return Step::decodeBeam;
+        const std::byte* bytes = sensor.state->file.read(state.numDepths * beamLayout.size);
+        if (!bytes) return Step::readBeam;
+        for (std::uint32_t i = 0; i < state.numDepths; ++i)
+            beamLayout.decode(sensor, bytes + i * beamLayout.size, target(i));
+        return Step::done;
+    });
+}
+
+// The header of a profile and, if asked for, its beams.
+template <class Traits, class Beams>
+Step readProfile(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, Beams* beams,
+                 int& indexCode, bool& inBeams) {
+    if (const Step step = checkRead(sensor, Traits::family, profile, Traits::profileLimit(sensor));
+        step != Step::done)
+        return step;
+    if (const Step step = seekHeader<Traits>(sensor, profile, header, indexCode); step != Step::done)
+        return step;
+    if (!beams) return Step::done;
+    inBeams = true;
+    ProfileState& state = profileState(sensor);
+    if constexpr (Traits::testsStartBeam) {
+        if (state.numDepths != 0 && state.startBeam < 1) return Step::startBeamBelow;
+        if (state.numDepths != 0 && state.startBeam > state.numDepths) return Step::startBeamBeyond;
+    }
+    // A count that the file cannot have is not worth the memory for it.
+    if (!fits(sensor, std::uint64_t{state.numDepths} * beamSize<Traits>(state.version)))
+        return Step::readBeam;
+    beams->resize(state.numDepths);
+    const Step step = readBeams<Traits>(
+        sensor, [&](std::uint32_t i) -> auto& { return (*beams)[i]; });
+    state.common.needSeek = 1;
+    return step;
+}
+
+// Appends behind what was written, whatever moved the file since.
+template <std::size_t Size>
+[[gnu::always_inline]] inline bool appendRecord(_TELD_Sensor& sensor,
+                                                const std::array<std::byte, Size>& bytes) {
+    ProfileState& state = profileState(sensor);
+    RecordFile& file = sensor.state->file;
+    if (file.seeks() != state.common.seeksSeen) [[unlikely]] {
+        if (!file.seek(state.end)) return false;
+        state.common.seeksSeen = file.seeks();
+    }
+    if (!file.append(bytes.data(), bytes.size())) return false;
+    state.end = file.position();
+    return true;
+}
+
+// Writes the header of a profile. 0, or the family's code.
+template <class Traits>
+int writeHeader(_TELD_Sensor& sensor, const ProfileHeader& header) {
+    constexpr const Family& family = Traits::family;
+    ProfileState& state = profileState(sensor);
+    // A value or a count without a coding is refused before anything of it shows.
+    std::array<std::byte, Traits::header.size> bytes;
+    if (sensor.firstRecord && !Traits::setReferences(sensor, header)) return family.code(Offset::encode);
+    if (!Traits::header.encode(sensor, header, bytes.data())) return family.code(Offset::encode);
+    sensor.firstRecord = 0;
+    ++sensor.numRecords;
+    sensor.numDepths += header.range.numDepths;
+    state.time = header.time;
+    state.latitude = header.latitude;
+    state.longitude = header.longitude;
+    if (roomForIndexEntry(sensor) != codes::success) return family.code(Offset::timeIndexEntry);
+    const RecordSpan span = recordSpan(sensor.encodeXDRStream, XDR_ENCODE);
+    if (span.size < bytes.size()) return family.code(Offset::encode);
+    std::memcpy(span.bytes, bytes.data(), bytes.size());
+    if (!appendRecord(sensor, bytes)) return family.code(Offset::write);
+    enterInIndex(sensor, static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset)),
+                 state.end - static_cast<std::int64_t>(bytes.size()));
+    Traits::widenByHeader(sensor, header);
+    ++state.common.recordsWritten;
+    state.common.needSeek = 1;
+    return codes::success;
+}
+
+template <class Traits>
+[[gnu::always_inline]] inline int writeBeam(_TELD_Sensor& sensor, const typename Traits::Beam& beam) {
+    constexpr const Family& family = Traits::family;
+    std::array<std::byte, Traits::beam.size> bytes;
+    if (!Traits::beam.encode(sensor, beam, bytes.data())) return family.code(Offset::encode);
+    const RecordSpan span = recordSpan(sensor.encodeXDRStream, XDR_ENCODE);
+    if (span.size < bytes.size()) return family.code(Offset::encode);
+    std::memcpy(span.bytes, bytes.data(), bytes.size());
+    if (!appendRecord(sensor, bytes)) return family.code(Offset::write);
+    Traits::widenByBeam(sensor, beam);
+    profileState(sensor).common.needSeek = 1;
+    return codes::success;
+}
+
+// The tests of the writers and updates, which begin with the read structure.
+int checkWriter(const Family& family, const _TELD_Sensor* sensor, const char* operation, Access access);
+
+// What an update function makes of the words of a beam: false for a value without a coding.
+enum class Change { write, keep, refuse };
+
+// Changes the words of one beam in the file. `change` gets the raw words and says what becomes of them.
+template <class Traits, class Changer>
+int updateBeam(_TELD_Sensor* sensor, const char* operation, std::uint32_t profile, std::uint32_t beam,
+               int headerDecodeCode, int seekCode, Changer change) {
+    constexpr const Family& family = Traits::family;
+    if (!sensor) return family.nullHandle;
+    if (!sensor->pReadStruct) return codes::failed;
+    if (sensor->sensorType == family.storedType && profileState(*sensor).version != Traits::written)
+        return codes::success;
+    if (const int code = checkWriter(family, sensor, operation, inUpdate)) return code;
+    if (profile < 1 || profile > sensor->numRecords) return family.code(Offset::outOfRange);
+    ProfileState& state = profileState(*sensor);
+    int indexCode = 0;
+    switch (ensureHeader<Traits>(*sensor, profile, indexCode)) {
+    case Step::done:
+        break;
+    case Step::mapIndex:
+        return family.code(Offset::mapIndex);
+    case Step::seekHeader:
+        return family.code(Offset::seek);
+    case Step::readHeader:
+        return family.code(Offset::read);
+    default:
+        return headerDecodeCode;
+    }
+    if (beam < state.startBeam || beam - state.startBeam >= state.numDepths)
+        return family.code(Offset::outOfRange);
+    const std::int64_t offset =
+        state.profileOffset + static_cast<std::int64_t>(Traits::header.size) +
+        static_cast<std::int64_t>(beam - state.startBeam) * static_cast<std::int64_t>(Traits::beam.size);
+    RecordFile& file = sensor->state->file;
+    state.common.needSeek = 1;
+    if (!file.seek(offset)) return seekCode;
+    const std::byte* stored = file.read(Traits::beam.size);
+    if (!stored) return family.code(Offset::read);
+    const RecordSpan decoding = recordSpan(sensor->decodeXDRStream, XDR_DECODE);
+    const RecordSpan encoding = recordSpan(sensor->encodeXDRStream, XDR_ENCODE);
+    if (decoding.size < Traits::beam.size) return family.code(Offset::decodeForUpdate);
+    if (encoding.size < Traits::beam.size) return family.code(Offset::encode);
+    std::array<std::uint32_t, Traits::beam.words> words;
+    for (std::size_t i = 0; i < words.size(); ++i)
+        words[i] = loadWord(stored + i * wordSize);
+    switch (change(words)) {
+    case Change::keep:
+        return codes::success;
+    case Change::refuse:
+        return family.code(Offset::encode);
+    case Change::write:
+        break;
+    }
+    for (std::size_t i = 0; i < words.size(); ++i)
+        storeWord(encoding.bytes + i * wordSize, words[i]);
+    clearBuffer(cacheOf(*sensor));
+    if (!file.seek(offset)) return seekCode;
+    return file.write(encoding.bytes, Traits::beam.size) ? codes::success : family.code(Offset::write);
+}
+
+// Status of a beam in its high half; the time offset below stays.
+inline Change changeStatus(std::uint32_t& word, std::uint32_t status) {
+    word = (word & 0xFFFF) | status;
+    return Change::write;
+}
+// Rejection bits within a mask; nothing is written when they are there already.
+inline Change changeRejection(std::uint32_t& word, std::uint32_t mask, std::uint32_t bits) {
+    if ((word & mask) == bits) return Change::keep;
+    word = ((word & 0xFFFF0000) - (word & mask) + bits) | (word & 0xFFFF);
+    return Change::write;
+}
+
+} // namespace skar::fileio
