@@ -1,0 +1,55 @@
+#pragma once
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace skar::test {
+
+using Json = nlohmann::json;
+
+struct Outcome {
+    int status = -1;
+    std::string out;
+    std::string err;
+
+    Json json() const { return Json::parse(out); }
+    std::vector<std::string> lines() const;
+};
+
+// Runs the command with arguments in the shell's syntax; redirect: in place of a captured standard output.
+Outcome runSkar(const std::string& arguments, const std::string& redirect = "");
+
+std::vector<std::string> split(const std::string& text, char separator);
+std::vector<std::uint8_t> bytesOf(const std::filesystem::path& file);
+void writeBytes(const std::filesystem::path& file, const std::vector<std::uint8_t>& bytes);
+
+// A folder of its own for every test, with the path of a line in it.
+class ToolTest : public testing::Test {
+protected:
+    ToolTest();
+    ~ToolTest() override;
+
+    // Simulates a short line with those further options and expects success.
+    void simulate(const std::string& options = "--duration 60");
+
+    std::filesystem::path folder;
+    std::filesystem::path line;
+};
+
+// A heading set written word by word: four records at 0, 100, 200 and 300 ms after 2024-06-01T08:00:00Z with
+// the headings 10, 20, 5 and 40 in steps of 1e-7, two segments of two records.
+struct GyroWords {
+    std::vector<std::uint32_t> data;
+    std::vector<std::uint32_t> segments;
+    std::vector<std::uint32_t> index;
+
+    GyroWords();
+    void write(const std::filesystem::path& line) const;
+};
+
+} // namespace skar::test
