@@ -36,26 +36,27 @@ TEST_F(SkarUsage, VersionIsThatOfTheProject) {
 TEST_F(SkarUsage, BadUsageIsOneLineAndStatusTwo) {
     simulate("--duration 2 --sensors Heave");
     const std::string path = line.string();
-    for (const std::string& arguments : {std::string(),
-                                         std::string("nonsense"),
-                                         std::string("info"),
-                                         "dump " + path,
-                                         "info --nonsense " + path,
-                                         "dump " + path + " Heave --first 0",
-                                         "dump " + path + " Heave --first -1",
-                                         "dump " + path + " Heave --count many",
-                                         "dump " + path + " Heave --from yesterday",
-                                         "dump " + path + " Heave --to 2024-02-30T00:00:00Z",
-                                         "dump " + path + " Nonsense",
-                                         "simulate " + path + " --records 0 --force",
-                                         "simulate " + path + " --records 100000001 --force",
-                                         "simulate " + path + " --records 10 --duration 10",
-                                         "simulate " + path + " --sensors Nonsense",
-                                         "simulate " + path + " --duration 60 --lines 50 --force",
-                                         "simulate " + path + " --records 30000000 --rate 10 --force",
-                                         "simulate " + path + " --start soon --force",
-                                         "simulate too/short --force",
-                                         std::string("info ''")}) {
+    const std::vector<std::string> wrong = {"",
+                                            "nonsense",
+                                            "info",
+                                            "dump " + path,
+                                            "info --nonsense " + path,
+                                            "dump " + path + " Heave --first 0",
+                                            "dump " + path + " Heave --first -1",
+                                            "dump " + path + " Heave --count many",
+                                            "dump " + path + " Heave --from yesterday",
+                                            "dump " + path + " Heave --to 2024-02-30T00:00:00Z",
+                                            "dump " + path + " Nonsense",
+                                            "simulate " + path + " --records 0 --force",
+                                            "simulate " + path + " --records 100000001 --force",
+                                            "simulate " + path + " --records 10 --duration 10",
+                                            "simulate " + path + " --sensors Nonsense",
+                                            "simulate " + path + " --duration 60 --lines 50 --force",
+                                            "simulate " + path + " --records 30000000 --rate 10 --force",
+                                            "simulate " + path + " --start soon --force",
+                                            "simulate /too/short --force",
+                                            "info ''"};
+    for (const std::string& arguments : wrong) {
         const Outcome outcome = runSkar(arguments);
         EXPECT_EQ(outcome.status, 2) << arguments;
         EXPECT_EQ(outcome.out, "") << arguments;

@@ -74,7 +74,9 @@ void UtcWriter::setDay(double seconds) {
     std::int32_t month = 0;
     std::int32_t day = 0;
     TmYJDtoMD(year, dayOfYear, &month, &day);
-    dayStart_ = seconds - secondsOfDay_;
+    // Ahead of a leap second the conversion counts it some seconds too early; the day's start is sure.
+    dayStart_ = TmYDStoUTCs80(year, dayOfYear, 0.0);
+    secondsOfDay_ = seconds - dayStart_;
     year_ = year;
     month_ = month;
     day_ = day;
