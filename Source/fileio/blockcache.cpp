@@ -5,6 +5,7 @@
 #include <skar/codes.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -51,6 +52,10 @@ bool measureBlock(BlockCache& cache, std::uint32_t record) {
     }
 }
 
+void keepFileInStep(const BlockCache& cache) {
+    cache.sensor->state->file.seek(filePosition(&cache));
+}
+
 bool loadBlock(BlockCache& cache) try {
     const auto bytes = static_cast<std::size_t>(cache.blockBytes);
     RecordFile& file = cache.sensor->state->file;
@@ -65,6 +70,11 @@ bool loadBlock(BlockCache& cache) try {
 }
 
 } // namespace
+
+std::int64_t filePosition(const BlockCache* cache) {
+    if (isOff(cache) || cache->firstRecord == 0) return -1;
+    return cache->blockFileOffset + cache->positionInBuffer + cache->positionInRecord;
+}
 
 int initialiseCacheSize(_TELD_Sensor* sensor, std::int32_t size) try {
     if (!sensor || size <= 0) return codes::success;
@@ -83,7 +93,8 @@ int initialiseCacheSize(_TELD_Sensor* sensor, std::int32_t size) try {
 
 std::int32_t cacheSizeFromEnvironment() {
     const char* value = std::getenv("SkarIOCacheSize");
-    return value ? std::atoi(value) : 0;
+    return value ? static_cast<std::int32_t>(std::clamp<long>(std::strtol(value, nullptr, 10), 0, INT32_MAX))
+                 : 0;
 }
 
 void setCacheSize(BlockCache* cache, std::int32_t size) {
@@ -120,8 +131,10 @@ int readRecord(BlockCache* cache, std::uint32_t record) {
         const std::int64_t offset = offsetOf(*cache, record);
         if (offset < 0) return codes::recordNotIndexed;
         cache->blockFileOffset = offset;
+        const std::int64_t before = cache->sensor->state->file.position();
         if (!measureBlock(*cache, record) || !loadBlock(*cache)) {
             clearBuffer(cache);
+            cache->sensor->state->file.seek(before);
             return 1;
         }
     }
@@ -129,6 +142,7 @@ int readRecord(BlockCache* cache, std::uint32_t record) {
     cache->currentIndex = record - cache->firstRecord;
     cache->positionInBuffer = cache->offsets[cache->currentIndex];
     cache->positionInRecord = 0;
+    keepFileInStep(*cache);
     return 0;
 }
 
@@ -142,6 +156,7 @@ int BlockIOFread(BlockCache* cache, void* destination, std::size_t bytes) {
     if (left < 0 || bytes > static_cast<std::size_t>(left)) return 0;
     std::memcpy(destination, cache->buffer.data() + cache->positionInBuffer + cache->positionInRecord, bytes);
     cache->positionInRecord += static_cast<std::int64_t>(bytes);
+    keepFileInStep(*cache);
     return 1;
 }
 
@@ -150,6 +165,7 @@ int setByteOffset(BlockCache* cache, std::uint32_t offset, int relative) {
     const std::int64_t position = std::int64_t{offset} + (relative ? cache->positionInRecord : 0);
     if (position > cache->sizes[cache->currentIndex] - 1) return 0;
     cache->positionInRecord = position;
+    keepFileInStep(*cache);
     return 1;
 }
 

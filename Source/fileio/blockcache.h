@@ -9,8 +9,9 @@
 // The read-ahead of the profile readers: a run of whole records is read at once and their fields are served
 // from memory. Switched on by the environment variable SkarIOCacheSize, which counts the records of a block.
 //
-// A block cannot disagree with the file: what is written through the handle empties it, and a block that is
-// not whole in the file is not kept.
+// The file stands where the current record does: whoever goes on in the file instead of the cache finds the
+// same bytes. A block cannot disagree with the file: what is written through the handle empties it, and a
+// block that is not whole in the file is not kept.
 namespace skar::fileio {
 
 struct BlockCache {
@@ -30,6 +31,9 @@ struct BlockCache {
     std::int64_t positionInRecord = 0;
     std::uint32_t lastRecordAsked = 0;
 };
+
+// The place in the file of what the current record gives next; -1 without a current record.
+std::int64_t filePosition(const BlockCache* cache);
 
 inline BlockCache* cacheOf(const _TELD_Sensor& sensor) {
     return static_cast<BlockCache*>(sensor.auxiliary);

@@ -123,6 +123,7 @@ int loadFile(_TELD_Sensor& sensor, const Family& family) {
     const std::byte* bytes = sensor.state->file.read(family.summary.size);
     if (!bytes) {
         log(family.summaryLog.shortRead);
+        if (const char* format = family.summaryLog.shortReadStates) logShortRead(format, sensor.state->file);
         return family.code(Offset::read);
     }
     if (const int code = decodeSummary(sensor, family, bytes, family.summary.size)) return code;
@@ -135,9 +136,15 @@ int loadFile(_TELD_Sensor& sensor, const Family& family) {
 int writeSummary(_TELD_Sensor& sensor, const Family& family) {
     std::array<std::byte, largestSummary> bytes;
     family.summary.encode(sensor, sensor, bytes.data());
-    const bool written = TELD_WriteDataValidationRecord(&sensor) == codes::success &&
-                         sensor.state->file.write(bytes.data(), family.summary.size);
-    return written ? codes::success : family.code(Offset::writeSummary);
+    int code = TELD_WriteDataValidationRecord(&sensor);
+    if (code == codes::success && !sensor.state->file.write(bytes.data(), family.summary.size))
+        code = family.code(Offset::write);
+    return code == codes::success || family.closeKeepsCodes ? code : family.code(Offset::writeSummary);
+}
+
+void logShortRead(const char* format, const RecordFile& file) {
+    const int error = file.failed();
+    skarDebugLog(1, format, error, !error);
 }
 
 namespace {
@@ -219,14 +226,13 @@ int getSegment(const Family& family, _TELD_Sensor* sensor, std::uint32_t number,
                std::uint32_t* beginIndex, std::uint32_t* endIndex, std::uint32_t* status,
                const _TELD_LineSegment*& segment) {
     if (const int code = checkHandle(family, sensor, "LineSegment", inAny)) return code;
-    if (!name || !status) return codes::failed;
+    if (!family.segmentOutputsOptional && (!name || !status)) return codes::failed;
     segment = LnSegIndexSearch(sensor, static_cast<std::int32_t>(number));
     if (!segment) return family.code(Offset::noSegment);
-    *name = wcsdup(segment->name ? segment->name : L"");
-    if (!*name) return codes::outOfMemory;
+    if (name && !(*name = wcsdup(segment->name ? segment->name : L""))) return codes::outOfMemory;
     give(beginIndex, segment->beginIndex);
     give(endIndex, segment->endIndex);
-    *status = segment->status;
+    give(status, segment->status);
     return codes::success;
 }
 
@@ -304,7 +310,9 @@ int closeSensor(const Family& family, _TELD_Sensor* sensor) {
     if (written && code == codes::success) {
         const int segments = writeSegments(*sensor, family);
         keepFirst(code, segments != codes::success, segments);
-        keepFirst(code, TmIdxWrite(sensor) != codes::success, family.code(Offset::writeTimeIndex));
+        const int index = TmIdxWrite(sensor);
+        keepFirst(code, index != codes::success,
+                  family.closeKeepsCodes ? index : family.code(Offset::writeTimeIndex));
     } else if (creating) {
         // Side files of a set that was here before belong to records that are gone. With them a data file
         // without its summary would open as a series of no records at times that are none.

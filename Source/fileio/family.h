@@ -26,6 +26,7 @@ struct SegmentOpenFailure {
 struct SummaryLog {
     const char* validation = nullptr;
     const char* shortRead = nullptr;
+    const char* shortReadStates = nullptr; // the same as a format of ferror() and feof()
 };
 
 // Log lines about the loading of the status shadow.
@@ -66,6 +67,8 @@ struct Family {
     Offset flushFailure = Offset::seek;
     const char* streamErrorLog = nullptr;                     // logged at close when the stream has an error
     const char* endSegmentLogName = "EndSeqWriteLineSegment"; // of that operation in log lines
+    bool segmentOutputsOptional = false; // whether a segment's name and status may be left out
+    bool closeKeepsCodes = false;        // whether Close gives what failed in it as it stands
     SegmentOpenFailure segmentOpen;
     SummaryLog summaryLog = {};
     ShadowLog shadowLog = {};
@@ -122,6 +125,9 @@ int attachFlatState(_TELD_Sensor& sensor, const Family& family);
 // update mode, statuses. The code of what failed; the caller ends the handle.
 int beginFile(_TELD_Sensor& sensor, const Family& family);
 int loadFile(_TELD_Sensor& sensor, const Family& family);
+
+// Logs a short read with what ferror() and feof() would say of the stream.
+void logShortRead(const char* format, const RecordFile& file);
 
 // Writes the validation record and the summary at the head of the data file.
 int writeSummary(_TELD_Sensor& sensor, const Family& family);

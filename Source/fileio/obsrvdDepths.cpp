@@ -73,6 +73,7 @@ struct ObservedTraits {
         .testsSensor = true,
         .structureBeforeAccess = true,
         .streamErrorLog = "There is an error in the ObservedDepths file stream before closing %d\n",
+        .segmentOutputsOptional = true,
         .segmentOpen = {.onWriting = codes::observedDepths + Offset::writeSegments,
                         .firstOfTable = codes::observedDepths + Offset::openOther,
                         .otherCode = codes::observedDepths + Offset::openFile},

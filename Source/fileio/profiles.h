@@ -69,6 +69,7 @@ struct ProfileState {
     std::int64_t end; // of what was written, in create mode
     std::uint32_t profileStatus;
     std::byte buffer[96]; // under both streams
+    BeamRange refused;    // of the profile in which a read by number failed last
 };
 inline ProfileState& profileState(const _TELD_Sensor& sensor) {
     return *static_cast<ProfileState*>(sensor.pReadStruct);
@@ -274,6 +275,28 @@ std::size_t beamSize(std::uint32_t version) {
     return Traits::withVersion(version, [](const auto&, const auto& beam) { return beam.size; });
 }
 
+// Where a handle stands. A read by number that fails leaves the sequential readers there.
+class Bookmark {
+public:
+    explicit Bookmark(_TELD_Sensor& sensor) : sensor_(sensor), position_(sensor.state->file.position()) {
+        std::memcpy(saved_, sensor.pReadStruct, sizeof saved_);
+    }
+    Step settle(Step step) const {
+        if (step == Step::done) return step;
+        ProfileState& state = profileState(sensor_);
+        state.refused = {state.numDepths, state.startBeam};
+        std::memcpy(sensor_.pReadStruct, saved_, sizeof saved_);
+        state.common.needSeek = 1;
+        sensor_.state->file.seek(position_);
+        return step;
+    }
+
+private:
+    _TELD_Sensor& sensor_;
+    std::int64_t position_;
+    std::byte saved_[offsetof(ProfileState, buffer)];
+};
+
 // Positions the file at a beam that is not the next one.
 template <class Traits>
 Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, int& indexCode) {
@@ -293,6 +316,20 @@ Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, i
     return file.seek(file.position() + ahead) ? Step::done : Step::seekBeam;
 }
 
+template <class Traits>
+[[gnu::noinline]] Step readBeamElsewhere(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam,
+                                         typename Traits::Beam& result, int& indexCode) {
+    ProfileState& state = profileState(sensor);
+    const Bookmark bookmark(sensor);
+    Step step = seekBeam<Traits>(sensor, profile, beam, indexCode);
+    if (step == Step::done) step = takeBeam<Traits>(sensor, false, result);
+    if (step != Step::done) return bookmark.settle(step);
+    state.common.needSeek = 0;
+    state.common.seeksSeen = sensor.state->file.seeks();
+    state.beam = beam;
+    return step;
+}
+
 // A beam by profile and beam. Reading the beams of a profile in order looks the header up once.
 template <class Traits>
 [[gnu::always_inline]] inline Step readBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam,
@@ -301,19 +338,18 @@ template <class Traits>
         step != Step::done)
         return step;
     ProfileState& state = profileState(sensor);
-    const RecordFile& file = sensor.state->file;
-    if (state.common.needSeek || profile != state.profile || beam != state.beam + 1 ||
-        file.seeks() != state.common.seeksSeen) {
-        state.common.needSeek = 1;
-        if (const Step step = seekBeam<Traits>(sensor, profile, beam, indexCode); step != Step::done)
-            return step;
-    } else if (beam - state.startBeam >= state.numDepths) {
+    const bool next = !state.common.needSeek && profile == state.profile && beam == state.beam + 1 &&
+                      sensor.state->file.seeks() == state.common.seeksSeen;
+    if (!next) return readBeamElsewhere<Traits>(sensor, profile, beam, result, indexCode);
+    if (beam - state.startBeam >= state.numDepths) {
+        state.refused = {state.numDepths, state.startBeam};
         return Step::beamRange;
     }
     const Step step = takeBeam<Traits>(sensor, false, result);
-    state.common.needSeek = step != Step::done;
-    state.common.seeksSeen = file.seeks();
-    state.beam = beam;
+    if (step != Step::done) [[unlikely]]
+        state.common.needSeek = 1;
+    else
+        state.beam = beam;
     return step;
 }
 
@@ -340,23 +376,25 @@ Step readProfile(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& hea
     if (const Step step = checkRead(sensor, Traits::family, profile, Traits::profileLimit(sensor));
         step != Step::done)
         return step;
+    const Bookmark bookmark(sensor);
     if (const Step step = seekHeader<Traits>(sensor, profile, header, indexCode); step != Step::done)
-        return step;
+        return bookmark.settle(step);
     if (!beams) return Step::done;
     inBeams = true;
     ProfileState& state = profileState(sensor);
     if constexpr (Traits::testsStartBeam) {
-        if (state.numDepths != 0 && state.startBeam < 1) return Step::startBeamBelow;
-        if (state.numDepths != 0 && state.startBeam > state.numDepths) return Step::startBeamBeyond;
+        if (state.numDepths != 0 && state.startBeam < 1) return bookmark.settle(Step::startBeamBelow);
+        if (state.numDepths != 0 && state.startBeam > state.numDepths)
+            return bookmark.settle(Step::startBeamBeyond);
     }
     // A count that the file cannot have is not worth the memory for it.
     if (!fits(sensor, std::uint64_t{state.numDepths} * beamSize<Traits>(state.version)))
-        return Step::readBeam;
+        return bookmark.settle(Step::readBeam);
     beams->resize(state.numDepths);
     const Step step = readBeams<Traits>(
         sensor, [&](std::uint32_t i) -> auto& { return (*beams)[i]; });
     state.common.needSeek = 1;
-    return step;
+    return bookmark.settle(step);
 }
 
 // Appends behind what was written, whatever moved the file since.

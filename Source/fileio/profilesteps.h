@@ -70,10 +70,10 @@ template <class Error>
     if (row.details & withMaxProfile) error << SKAR::max_profile_number_info(context.sensor.numRecords);
     if (row.details & withBeam) error << SKAR::beam_number_info(context.beam);
     if (row.details & (withBeamRange | withOffset)) {
-        const ProfileState& state = profileState(context.sensor);
+        const BeamRange& range = profileState(context.sensor).refused;
         if (row.details & withBeamRange)
-            error << SKAR::start_beam_number_info(state.startBeam)
-                  << SKAR::max_beam_number_info(state.startBeam + state.numDepths - 1);
+            error << SKAR::start_beam_number_info(range.startBeam)
+                  << SKAR::max_beam_number_info(range.startBeam + range.numDepths - 1);
         if (row.details & withOffset)
             error << SKAR::byte_offset_info(static_cast<int>(context.sensor.state->file.position()));
     }
@@ -89,6 +89,12 @@ struct OpenKeys {
     const char* segmentsValidation;
     const char* segmentsDecode;
     const char* timeIndex;
+    // Where a family departs: a key under which what the common open throws is thrown on, with its code; a
+    // key of a validation record that could not be written; one code for all failures of a step.
+    const char* sensorOpen = nullptr;
+    const char* writeValidation = nullptr;
+    int summaryCode = 0;
+    int segmentsCode = 0;
 };
 
 template <class Error>
@@ -107,39 +113,75 @@ struct FreeSensor {
 };
 using SensorGuard = std::unique_ptr<_TELD_Sensor, FreeSensor>;
 
+// What the common open throws, under the key of a family where it has one for that.
+template <class Error>
+_TELD_Sensor* openSensor(const wchar_t* linePath, std::uint32_t id, const wchar_t* accessToken,
+                         const char* key) {
+    if (!key) return SKAR::IO::SensorOpen(linePath, id, accessToken);
+    try {
+        return SKAR::IO::SensorOpen(linePath, id, accessToken);
+    } catch (const SKAR::IO::SensorOpenError& thrown) {
+        auto error = errors::failure<Error>(errors::codeOf(thrown), key);
+        if (const auto* file = boost::get_error_info<SKAR::file_name_info>(thrown))
+            error << SKAR::file_name_info(*file);
+        if (const auto* number = boost::get_error_info<SKAR::stdio_error_info>(thrown))
+            error << SKAR::stdio_error_info(*number);
+        BOOST_THROW_EXCEPTION(error);
+    }
+}
+
+template <class Error>
+void beginProfiles(_TELD_Sensor& sensor, const Family& family, std::uint32_t version, const OpenKeys& keys) {
+    sensor.version = version;
+    if (!keys.writeValidation)
+        SKAR::IO::WriteDataValidationRecord(sensor);
+    else if (const int code = TELD_WriteDataValidationRecord(&sensor))
+        throwOpen<Error>(sensor, keys.writeValidation, code, errno);
+    if (!sensor.state->file.seek(family.firstRecordOffset()))
+        throwOpen<Error>(sensor, keys.seekSummary, family.code(Offset::seekSummary), errno);
+}
+
+template <class Error>
+void readProfileSummary(_TELD_Sensor& sensor, const Family& family, const OpenKeys& keys) {
+    const auto codeOr = [&](int code) { return keys.summaryCode != 0 ? keys.summaryCode : code; };
+    if (keys.summaryCode == 0)
+        SKAR::IO::ReadDataValidationRecord(sensor);
+    else if (TELD_ReadDataValidationRecord(&sensor) != codes::success)
+        throwOpen<Error>(sensor, keys.shortSummary, keys.summaryCode, errno);
+    const std::byte* bytes = sensor.state->file.read(family.summary.size);
+    if (!bytes) throwOpen<Error>(sensor, keys.shortSummary, codeOr(family.code(Offset::read)), errno);
+    if (const int code = decodeSummary(sensor, family, bytes, family.summary.size))
+        throwOpen<Error>(sensor, keys.undecodedSummary, codeOr(code));
+}
+
+template <class Error>
+void readProfileSegments(_TELD_Sensor& sensor, const Family& family, const OpenKeys& keys) {
+    const int code = readSegments(sensor, family);
+    if (code == codes::success) return;
+    const int error = errno;
+    const int shown = keys.segmentsCode != 0 ? keys.segmentsCode : code;
+    if (code == codes::outOfMemory) throwOpen<Error>(sensor, "errorMessages/General/outOfMemory", code);
+    if (code == codes::segmentValidationRead) throwOpen<Error>(sensor, keys.segmentsValidation, shown);
+    if (code == family.code(Offset::decodeSegments)) throwOpen<Error>(sensor, keys.segmentsDecode, shown);
+    throwOpen<Error>(sensor, keys.segmentsOpen, shown, error);
+}
+
 // The throwing open of a profile family, but for the version it does not support.
 template <class Traits, class OpenError, class ReadError>
 _TELD_Sensor* openProfiles(const wchar_t* linePath, std::uint32_t id, const wchar_t* accessToken,
                            const OpenKeys& keys) {
     constexpr const Family& family = Traits::family;
-    SensorGuard guard(SKAR::IO::SensorOpen(linePath, id, accessToken));
+    SensorGuard guard(openSensor<OpenError>(linePath, id, accessToken, keys.sensorOpen));
     if (!guard) return nullptr;
     _TELD_Sensor& sensor = *guard;
-    RecordFile& file = sensor.state->file;
     errno = 0;
     if (sensor.accessType == TELD_CREATE) {
-        sensor.version = Traits::written;
-        SKAR::IO::WriteDataValidationRecord(sensor);
-        if (!file.seek(family.firstRecordOffset()))
-            throwOpen<OpenError>(sensor, keys.seekSummary, family.code(Offset::seekSummary), errno);
+        beginProfiles<OpenError>(sensor, family, Traits::written, keys);
     } else {
-        SKAR::IO::ReadDataValidationRecord(sensor);
-        const std::byte* bytes = file.read(family.summary.size);
-        if (!bytes) throwOpen<ReadError>(sensor, keys.shortSummary, family.code(Offset::read), errno);
-        if (const int code = decodeSummary(sensor, family, bytes, family.summary.size))
-            throwOpen<ReadError>(sensor, keys.undecodedSummary, code);
-        if (const int code = readSegments(sensor, family)) {
-            const int error = errno;
-            if (code == codes::segmentValidationRead)
-                throwOpen<ReadError>(sensor, keys.segmentsValidation, code);
-            if (code == family.code(Offset::decodeSegments))
-                throwOpen<ReadError>(sensor, keys.segmentsDecode, code);
-            if (code == codes::outOfMemory)
-                throwOpen<ReadError>(sensor, "errorMessages/General/outOfMemory", code);
-            throwOpen<ReadError>(sensor, keys.segmentsOpen, code, error);
-        }
+        readProfileSummary<ReadError>(sensor, family, keys);
+        readProfileSegments<ReadError>(sensor, family, keys);
         if (const int code = TmIdxRead(&sensor)) throwOpen<OpenError>(sensor, keys.timeIndex, code);
-        if (!file.seek(family.firstRecordOffset()))
+        if (!sensor.state->file.seek(family.firstRecordOffset()))
             throwOpen<OpenError>(sensor, keys.seekSummary, family.code(Offset::seek), errno);
     }
     if (attachProfileState(sensor, sensor.version, Traits::encodeSize, Traits::decodeSize(sensor.version)))
