@@ -135,6 +135,7 @@ int readRecord(BlockCache* cache, std::uint32_t record) {
         if (!measureBlock(*cache, record) || !loadBlock(*cache)) {
             clearBuffer(cache);
             cache->sensor->state->file.seek(before);
+            cache->lastRecordAsked = record;
             return 1;
         }
     }

@@ -70,6 +70,7 @@ struct Family {
     bool segmentOutputsOptional = false; // whether a segment's name and status may be left out
     bool closeKeepsCodes = false;        // whether Close gives what failed in it as it stands
     SegmentOpenFailure segmentOpen;
+    const char* segmentWordLog = nullptr; // the reader that logs a segment's word which does not decode
     SummaryLog summaryLog = {};
     ShadowLog shadowLog = {};
 

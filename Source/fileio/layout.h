@@ -194,6 +194,12 @@ constexpr Layout<Record, Fields...> layout(Fields... fields) {
     return {{fields...}};
 }
 
+// A layout with further words behind it.
+template <class Record, class... Fields, class... More>
+constexpr Layout<Record, Fields..., More...> extended(const Layout<Record, Fields...>& base, More... more) {
+    return {std::tuple_cat(base.fields, std::make_tuple(more...))};
+}
+
 // A layout without its types, for the frame that is written once for all families.
 template <class Record>
 struct Block {

@@ -64,7 +64,8 @@ struct ProfileState {
     std::uint32_t profile;
     std::uint32_t numDepths;
     std::uint32_t startBeam;
-    std::uint32_t beam; // read last
+    std::uint32_t beam;      // read last
+    std::uint32_t fromCache; // the header came from the block cache, and so do the beams behind it
     std::int64_t profileOffset;
     std::int64_t end; // of what was written, in create mode
     std::uint32_t profileStatus;
@@ -204,6 +205,7 @@ template <class Traits>
 Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, ProfileHeader& header) {
     ProfileState& state = profileState(sensor);
     state.profile = 0;
+    state.fromCache = 0;
     state.common.needSeek = 1;
     return Traits::withVersion(state.version, [&](const auto& headerLayout, const auto&) {
         const std::int64_t offset = sensor.state->file.position();
@@ -225,7 +227,9 @@ Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, Profil
         state.longitude = decoded.longitude;
         state.numDepths = decoded.range.numDepths;
         state.startBeam = decoded.range.startBeam;
-        state.profile = profile;
+        // What comes from the cache leaves the file where it was.
+        state.profile = cached ? 0 : profile;
+        state.fromCache = cached;
         state.profileOffset = offset;
         state.profileStatus = decoded.status;
         return Step::done;
@@ -240,6 +244,23 @@ Step seekHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& head
     if (indexCode != codes::success) return Step::mapIndex;
     if (!sensor.state->file.seek(offset)) return Step::seekHeader;
     return takeHeader<Traits>(sensor, profile, false, header);
+}
+
+// The header of a profile by number, from the block cache where there is one.
+template <class Traits>
+Step findHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, int& indexCode) {
+    if (readRecord(cacheOf(sensor), profile) == 0) return takeHeader<Traits>(sensor, profile, true, header);
+    return seekHeader<Traits>(sensor, profile, header, indexCode);
+}
+
+// The header that follows: of the file, or of the record after the one asked for last in the block cache.
+template <class Traits>
+Step followingHeader(_TELD_Sensor& sensor, ProfileHeader& header) {
+    BlockCache* cache = cacheOf(sensor);
+    if (getCacheSize(cache) == 0) return takeHeader<Traits>(sensor, 0, false, header);
+    int indexCode = 0;
+    const Step step = findHeader<Traits>(sensor, cache->lastRecordAsked + 1, header, indexCode);
+    return step == Step::mapIndex ? Step::readHeader : step;
 }
 
 // Makes the known header that of a profile without moving on from it.
@@ -353,18 +374,22 @@ template <class Traits>
     return step;
 }
 
-// All beams of the profile whose header was just taken, in one run.
-template <class Traits, class Target>
-Step readBeams(_TELD_Sensor& sensor, Target&& target) {
-    ProfileState& state = profileState(sensor);
+// All beams of the profile whose header was just taken from the file, in one run: use(i, beam).
+template <class Traits, class Use>
+[[gnu::always_inline]] inline Step readBeams(_TELD_Sensor& sensor, Use use) {
+    const ProfileState& state = profileState(sensor);
     return Traits::withVersion(state.version, [&](const auto&, const auto& beamLayout) {
         const RecordSpan span = recordSpan(sensor.decodeXDRStream, XDR_DECODE);
         if (!span.bytes) return Step::positionBeam;
         if (span.size < beamLayout.size) return Step::decodeBeam;
-        const std::byte* bytes = sensor.state->file.read(state.numDepths * beamLayout.size);
+        const std::uint32_t beams = state.numDepths;
+        const std::byte* bytes = sensor.state->file.read(beams * beamLayout.size);
         if (!bytes) return Step::readBeam;
-        for (std::uint32_t i = 0; i < state.numDepths; ++i)
-            beamLayout.decode(sensor, bytes + i * beamLayout.size, target(i));
+        for (std::uint32_t i = 0; i < beams; ++i) {
+            typename Traits::Beam beam;
+            beamLayout.decode(sensor, bytes + i * beamLayout.size, beam);
+            use(i, beam);
+        }
         return Step::done;
     });
 }
@@ -392,7 +417,7 @@ Step readProfile(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& hea
         return bookmark.settle(Step::readBeam);
     beams->resize(state.numDepths);
     const Step step = readBeams<Traits>(
-        sensor, [&](std::uint32_t i) -> auto& { return (*beams)[i]; });
+        sensor, [&](std::uint32_t i, const typename Traits::Beam& beam) { (*beams)[i] = beam; });
     state.common.needSeek = 1;
     return bookmark.settle(step);
 }

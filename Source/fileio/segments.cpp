@@ -82,27 +82,44 @@ bool decodeName(qon_XDR& stream, std::FILE* file, std::uint32_t nameLength, char
     return false;
 }
 
+// What a word of the file could not be decoded by is logged where the family does so.
+bool undecoded(const Family& family, const char* word, const char* coder) {
+    if (family.segmentWordLog)
+        skarDebugLog(1, "%s() failed, unable to decode %s.   %s() failed.\n", family.segmentWordLog, word,
+                     coder);
+    return false;
+}
+
+bool decodeWord(const Family& family, qon_XDR& stream, const char* name, std::uint32_t& word) {
+    return qon_xdr_u_int(&stream, &word) || undecoded(family, name, "qon_xdr_u_int");
+}
+
 bool readSegment(_TELD_Sensor& sensor, const Family& family, qon_XDR& stream, std::FILE* file) {
     std::uint32_t status = 0;
     std::uint32_t nameLength = 0;
-    if (!qon_xdr_u_int(&stream, &status) || !qon_xdr_u_int(&stream, &nameLength)) return false;
+    if (!decodeWord(family, stream, "number of segment status", status) ||
+        !decodeWord(family, stream, "sourceFileNameLength", nameLength))
+        return false;
     char* stored = nullptr;
     const bool decoded = decodeName(stream, file, nameLength, stored);
     const Text<char> name(stored);
-    if (!decoded) return false;
+    if (!decoded) return undecoded(family, "sourceFileName", "qon_xdr_string");
     _TELD_LineSegment* segment = LnSegAlloc(&sensor);
     if (!segment) throw std::bad_alloc();
     segment->status = status;
     segment->name = SKARConvertASCIICharToWide(stored);
     if (!segment->name) throw std::bad_alloc();
     segment->nameLength = static_cast<std::uint32_t>(std::wcslen(segment->name));
-    if (!qon_xdr_u_int(&stream, &segment->beginIndex) || !qon_xdr_u_int(&stream, &segment->endIndex))
+    if (!decodeWord(family, stream, "beginIndex", segment->beginIndex) ||
+        !decodeWord(family, stream, "endIndex", segment->endIndex))
         return false;
     std::array<std::byte, 64> extents;
-    for (std::size_t at = 0; at < family.extents.size; at += wordSize) {
+    std::byte* at = extents.data();
+    for (const FieldPage& page : family.extents.pages) {
         std::uint32_t word = 0;
-        if (!qon_xdr_u_int(&stream, &word)) return false;
-        storeWord(&extents[at], word);
+        if (!qon_xdr_u_int(&stream, &word)) return undecoded(family, page.complaint, "qon_xdr_int");
+        storeWord(at, word);
+        at += wordSize;
     }
     family.extents.decode(sensor, extents.data(), *segment);
     return true;
@@ -133,7 +150,11 @@ bool writeSegment(const _TELD_Sensor& sensor, const Family& family, qon_XDR& str
 int readAll(_TELD_Sensor& sensor, const Family& family, qon_XDR& stream, std::FILE* file) {
     if (const int code = TELD_ReadLnSegValidationRecord(&sensor, &stream)) return code;
     std::int32_t count = 0;
-    if (!qon_xdr_int(&stream, &count) || count < 0) return family.code(Offset::decodeSegments);
+    if (!qon_xdr_int(&stream, &count)) {
+        undecoded(family, "number of line segments", "qon_xdr_int");
+        return family.code(Offset::decodeSegments);
+    }
+    if (count < 0) return family.code(Offset::decodeSegments);
     for (std::int32_t i = 0; i < count; ++i)
         if (!readSegment(sensor, family, stream, file)) return family.code(Offset::decodeSegments);
     return codes::success;

@@ -11,6 +11,7 @@
 #include <skar/observeddepths.h>
 #include <skar/paths.h>
 #include <skar/platform.h>
+#include <skar/processeddepths.h>
 #include <skar/sensor.h>
 #include <skar/sensorparameters.h>
 #include <skar/simplesensor.h>
