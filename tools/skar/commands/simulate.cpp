@@ -3,6 +3,7 @@
 #include "commands/output.h"
 #include "families.h"
 #include "progress.h"
+#include "sensoroutput.h"
 #include "simulate/voyage.h"
 #include "timetext.h"
 
@@ -197,39 +198,6 @@ Written writeSensor(const LinePath& line, const Plan& plan, const Family& family
     return written;
 }
 
-// True when the root had to be made.
-bool makeLine(const LinePath& line) {
-    if (line.project().empty() || line.root().empty()) {
-        usage(fmt::format("{}: too short; a line is <root>/<project>/<vessel>/<day>/<line>",
-                          printable(line.native.string())));
-    }
-    const std::filesystem::path root = line.root();
-    bool made = false;
-    std::error_code error;
-    if (!std::filesystem::exists(root, error)) {
-        if (!std::filesystem::create_directory(root, error)) {
-            throw ToolError(fmt::format("{}: the root cannot be made: {}", printable(root.string()),
-                                        error ? error.message() : "unknown cause"));
-        }
-        made = true;
-    }
-    startLibrary();
-    if (LineCreateHierarchy(line.store.c_str()) != 0) {
-        throw ToolError(
-            fmt::format("{}: the directories of the line cannot be made", printable(line.native.string())));
-    }
-    return made;
-}
-
-void refuseOverwriting(const LinePath& line, const std::vector<const Family*>& sensors) {
-    for (const Family* family : sensors) {
-        if (isPresent(line, *family)) {
-            throw ToolError(fmt::format("{}: is there already; --force writes over it",
-                                        printable((line.native / family->name).string())));
-        }
-    }
-}
-
 constexpr const char* conventions =
     "heave positive up, pitch positive bow up, roll positive port side up, heading clockwise from north";
 
@@ -274,7 +242,7 @@ int run(const Options& options, const Common& common) {
     const Plan plan = makePlan(options);
     const LinePath line = linePath(options.line);
     if (!options.force) refuseOverwriting(line, plan.sensors);
-    const bool madeRoot = makeLine(line);
+    const bool madeRoot = makeLine(line, true);
 
     std::uint64_t total = 0;
     for (const Family* family : plan.sensors)

@@ -1,6 +1,7 @@
 #include "commands/check.h"
 #include "commands/command.h"
 #include "commands/dump.h"
+#include "commands/import.h"
 #include "commands/info.h"
 #include "commands/simulate.h"
 
@@ -13,6 +14,7 @@ std::span<const Command> commands() {
         {"info", "Show what a line holds", declareInfo},
         {"dump", "Print the records of a sensor", declareDump},
         {"check", "Look for inconsistencies in the files of a line", declareCheck},
+        {"import", "Write the sensors of raw files into a line", declareImport},
         {"simulate", "Write a line with a simulated vessel", declareSimulate},
     };
     return table;

@@ -1,0 +1,236 @@
+#include "commands/import.h"
+
+#include "commands/output.h"
+#include "families.h"
+#include "import/lineimport.h"
+#include "progress.h"
+#include "sensoroutput.h"
+#include "timetext.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace skar::tool {
+
+namespace {
+
+struct Options {
+    std::vector<std::string> files;
+    std::string line;
+    std::vector<std::string> sensors;
+    bool force = false;
+    bool allowOverlap = false;
+};
+
+constexpr const char* units =
+    "angles in radians, latitude north and longitude east positive, heave in metres, "
+    "heading clockwise from north; the auxiliary value of Navigation is the accuracy "
+    "in metres, 0 where the file states none";
+
+// What is to be said of the import as a whole.
+std::vector<std::string> remarks(const ImportPlan& plan) {
+    std::vector<std::string> all;
+    if (plan.acrossDateLine)
+        all.emplace_back("The track crosses the date line: longitudes go on beyond 180 degrees.");
+    std::set<std::string> signs;
+    for (const PlannedSegment& segment : plan.segments) {
+        if (segment.family == findFamily("Heave")) signs.insert(segment.file->data.heaveSign);
+    }
+    if (signs.size() > 1) all.emplace_back("The files do not agree in the sign of heave.");
+    return all;
+}
+
+// A problem of a file, or of the plan with it, in one form for both outputs.
+struct Finding {
+    std::string kind;
+    std::string text;
+    std::uint64_t count = 0;
+    std::uint64_t bytes = 0;
+    std::vector<std::uint64_t> offsets;
+    bool loss = false;
+};
+
+std::vector<Finding> findings(const RawFile& file, const ImportPlan& plan) {
+    std::vector<Finding> all;
+    for (std::size_t i = 0; i < import::problemKinds; ++i) {
+        const auto kind = static_cast<import::ProblemKind>(i);
+        const import::Problem& problem = file.data.problems[kind];
+        if (problem.count == 0) continue;
+        const import::ProblemMeaning& meaning = import::meaning(kind);
+        all.push_back(
+            {meaning.key, meaning.text, problem.count, problem.bytes, problem.offsets, meaning.loss});
+    }
+    for (const PlannedSegment& segment : plan.segments) {
+        if (segment.file != &file || segment.outOfReach == 0) continue;
+        all.push_back({"outOfReach",
+                       "more than 123 degrees off the first position, not loaded",
+                       segment.outOfReach,
+                       0,
+                       {},
+                       true});
+    }
+    return all;
+}
+
+void printText(const LinePath& line, const std::vector<RawFile>& files, const ImportPlan& plan,
+               const std::vector<std::string>& said) {
+    fmt::print("Line    {}\n", printable(line.native.string()));
+    fmt::print("Times   {}\n", "UTC; kept as " + std::string(timeScale));
+    fmt::print("Units   {}\n\n", units);
+    Table table({{"SENSOR"},
+                 {"SEGMENT", Align::right},
+                 {"RECORDS", Align::right},
+                 {"FIRST"},
+                 {"LAST"},
+                 {"STEPS BACK", Align::right},
+                 {"FILE"},
+                 {"FROM"}});
+    for (const PlannedSegment& segment : plan.segments) {
+        table.add({segment.family->name, fmt::to_string(segment.number), fmt::to_string(segment.records),
+                   import::utcText(segment.first), import::utcText(segment.last),
+                   fmt::to_string(segment.stepsBack), printable(segment.file->name), segment.origin});
+    }
+    table.print();
+    for (const std::string& text : said)
+        fmt::print("\n{}\n", text);
+    for (const RawFile& file : files) {
+        fmt::print("\n{}: {}\n", printable(file.name), file.data.format);
+        for (const Finding& finding : findings(file, plan)) {
+            std::string where;
+            if (finding.bytes != 0) where += fmt::format("; {} bytes", finding.bytes);
+            if (!finding.offsets.empty())
+                where += fmt::format("; first at byte {}", fmt::join(finding.offsets, ", "));
+            fmt::print("  {}  {} x {}{}\n", finding.loss ? "LOST" : "note", finding.count, finding.text,
+                       where);
+        }
+        for (const import::LeftOut& left : file.data.leftOut)
+            fmt::print("  left  {} x {}: {}\n", left.count, printable(left.what), left.reason);
+        for (const std::string& text : file.data.conventions)
+            fmt::print("  {}\n", text);
+    }
+}
+
+Json toJson(const LinePath& line, const std::vector<RawFile>& files, const ImportPlan& plan,
+            const std::vector<std::string>& said, bool lost) {
+    Json json = {{"line", line.native.string()},
+                 {"timeScale", timeScale},
+                 {"units", units},
+                 {"lost", lost},
+                 {"remarks", said},
+                 {"segments", Json::array()},
+                 {"files", Json::array()}};
+    StoreClock clock;
+    for (const PlannedSegment& segment : plan.segments) {
+        json["segments"].push_back({{"sensor", segment.family->name},
+                                    {"segment", segment.number},
+                                    {"file", segment.file->name},
+                                    {"records", segment.records},
+                                    {"firstUtc", import::utcText(segment.first)},
+                                    {"lastUtc", import::utcText(segment.last)},
+                                    {"first", clock.seconds(segment.first)},
+                                    {"last", clock.seconds(segment.last)},
+                                    {"stepsBack", segment.stepsBack},
+                                    {"from", segment.origin}});
+    }
+    for (const RawFile& file : files) {
+        Json row = {{"file", file.path},
+                    {"format", file.data.format},
+                    {"heaveSign", file.data.heaveSign},
+                    {"problems", Json::array()},
+                    {"leftOut", Json::array()},
+                    {"conventions", file.data.conventions}};
+        for (const Finding& finding : findings(file, plan)) {
+            row["problems"].push_back({{"kind", finding.kind},
+                                       {"text", finding.text},
+                                       {"count", finding.count},
+                                       {"bytes", finding.bytes},
+                                       {"offsets", finding.offsets},
+                                       {"loss", finding.loss}});
+        }
+        for (const import::LeftOut& left : file.data.leftOut)
+            row["leftOut"].push_back({{"what", left.what}, {"count", left.count}, {"reason", left.reason}});
+        json["files"].push_back(std::move(row));
+    }
+    return json;
+}
+
+std::vector<RawFile> readFiles(const Options& options, const Common& common) {
+    std::uint64_t total = 0;
+    for (const std::string& path : options.files) {
+        std::error_code ignored;
+        const std::uintmax_t size = std::filesystem::file_size(path, ignored);
+        total += ignored ? 0 : size;
+    }
+    Progress progress(common, total);
+    std::uint64_t before = 0;
+    std::vector<RawFile> files;
+    for (const std::string& path : options.files) {
+        progress.setLabel("reading " + printable(std::filesystem::path(path).filename().string()));
+        std::uint64_t size = 0;
+        files.push_back(readRawFile(path, [&](std::uint64_t offset) {
+            size = std::max(size, offset);
+            progress.show(before + offset);
+        }));
+        before += size;
+    }
+    return files;
+}
+
+int run(const Options& options, const Common& common) {
+    const LinePath line = linePath(options.line);
+    // Everything is read before anything is written: a file that cannot be read leaves the line as it was.
+    const std::vector<RawFile> files = readFiles(options, common);
+    const ImportPlan plan = planImport(files, options.sensors, options.allowOverlap);
+    const std::vector<const Family*> families = plan.families();
+    if (!options.force) refuseOverwriting(line, families);
+    makeLine(line, false);
+    {
+        Progress progress(common, plan.records());
+        progress.setLabel("writing");
+        writeImport(line, plan, [&](std::uint64_t done) { progress.show(done); });
+    }
+
+    const bool lost = plan.anyLoss() || std::ranges::any_of(files, [](const RawFile& file) {
+                          return file.data.problems.anyLoss();
+                      });
+    const std::vector<std::string> said = remarks(plan);
+    if (common.json)
+        printJson(toJson(line, files, plan, said, lost));
+    else
+        printText(line, files, plan, said);
+    return lost ? exitLoss : exitSuccess;
+}
+
+} // namespace
+
+Run declareImport(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    app.add_option("FILE", options->files, "Raw files, of any of the formats below")->required();
+    app.add_option("--line", options->line, "Line to write into: <root>/<project>/<vessel>/<day>/<line>")
+        ->required();
+    const auto sensors = importSensors();
+    app.add_option("--sensors", options->sensors, "Write these sensors only, separated by commas")
+        ->delimiter(',')
+        ->check(CLI::IsMember(std::vector<std::string>(sensors.begin(), sensors.end())));
+    app.add_flag("--force", options->force, "Write over sensors that are in the line already");
+    app.add_flag("--allow-overlap", options->allowOverlap,
+                 "Write files that overlap in time one after the other");
+    app.footer(
+        "Formats: Kongsberg EM raw data (.all, .wcd), NMEA 0183 logs, semicolon text logs with a heading\n"
+        "line. The content of a file tells its format, not its name.\n"
+        "Every file becomes one line segment per sensor, in order of time. Directories of the line that\n"
+        "are missing are made; its root must exist. Only systems that the file names as active are\n"
+        "loaded. What a file holds beyond that is listed. Heave keeps the sign of its file, which the\n"
+        "output states.\n"
+        "Exit status 3: some of a file was damaged or without a date and is not in the line; the output\n"
+        "says what and how much.");
+    return [options](const Common& common) { return run(*options, common); };
+}
+
+} // namespace skar::tool

@@ -1,0 +1,253 @@
+#include "import/lineimport.h"
+
+#include "commands/command.h"
+#include "families.h"
+
+#include <skar/time.h>
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <filesystem>
+#include <numbers>
+
+namespace skar::tool {
+
+using import::Micros;
+using import::RawData;
+
+namespace {
+
+// Where a sensor's records come from in the readers' model.
+struct ImportSensor {
+    const char* name;
+    bool position;
+    import::ScalarKind kind;
+};
+constexpr std::array<ImportSensor, 5> sensorTable{{
+    {"Navigation", true, {}},
+    {"Gyro", false, import::ScalarKind::gyro},
+    {"Heave", false, import::ScalarKind::heave},
+    {"Pitch", false, import::ScalarKind::pitch},
+    {"Roll", false, import::ScalarKind::roll},
+}};
+constexpr std::array<const char*, sensorTable.size()> sensorNames{
+    sensorTable[0].name, sensorTable[1].name, sensorTable[2].name, sensorTable[3].name, sensorTable[4].name};
+
+const ImportSensor& sensorOf(const Family& family) {
+    return *std::ranges::find_if(sensorTable,
+                                 [&](const ImportSensor& row) { return &family == findFamily(row.name); });
+}
+
+// Times are kept as milliseconds from the minute nearest to the first record, positions as 1e-9 rad from the
+// first one, both in 31 bits; the minute and the rounding are taken off.
+constexpr Micros longestSpan = Micros{2'147'400} * import::microsPerSecond;
+constexpr double widestReach = 2.147;
+
+class WatchedSource : public import::ByteSource {
+public:
+    WatchedSource(ByteSource& source, const std::function<void(std::uint64_t)>& watch)
+        : source_(source), watch_(watch) {}
+    std::uint64_t size() const override { return source_.size(); }
+    std::size_t read(std::uint64_t offset, std::span<std::byte> into) override {
+        if (watch_) watch_(offset);
+        return source_.read(offset, into);
+    }
+
+private:
+    ByteSource& source_;
+    const std::function<void(std::uint64_t)>& watch_;
+};
+
+// A position as the store can hold it beside the first one of its sensor: the longitude goes on across the
+// date line instead of jumping by a full turn.
+double nearTo(double reference, double longitude) {
+    return longitude -
+           2.0 * std::numbers::pi * std::round((longitude - reference) / (2.0 * std::numbers::pi));
+}
+
+bool withinReach(const import::PositionFix& first, const import::PositionFix& fix) {
+    return std::abs(fix.latitude - first.latitude) <= widestReach &&
+           std::abs(nearTo(first.longitude, fix.longitude) - first.longitude) <= widestReach;
+}
+
+template <typename Record>
+void describe(const import::Series<Record>& series, PlannedSegment& segment) {
+    segment.records = series.records.size();
+    segment.first = series.records.front().time;
+    segment.last = series.records.back().time;
+    segment.origin = series.origin;
+    segment.stepsBack = series.stepsBack;
+}
+
+std::uint64_t recordsOf(const RawData& data, const ImportSensor& sensor) {
+    return sensor.position ? data.navigation.records.size() : data[sensor.kind].records.size();
+}
+
+void refuseOverlap(const std::vector<PlannedSegment>& segments) {
+    for (std::size_t i = 1; i < segments.size(); ++i) {
+        const PlannedSegment& before = segments[i - 1];
+        const PlannedSegment& after = segments[i];
+        if (after.first >= before.last) continue;
+        throw ToolError(fmt::format("{}: {} (to {}) and {} (from {}) overlap in time; import the sensor from "
+                                    "one of them with --sensors, "
+                                    "or give --allow-overlap",
+                                    before.family->name, printable(before.file->name),
+                                    import::utcText(before.last), printable(after.file->name),
+                                    import::utcText(after.first)));
+    }
+}
+
+void refuseWideSpan(const std::vector<PlannedSegment>& segments) {
+    const Micros first = segments.front().first;
+    const auto latest = std::ranges::max_element(segments, {}, &PlannedSegment::last);
+    if (latest->last - first <= longestSpan) return;
+    throw ToolError(fmt::format(
+        "{}: the times reach from {} ({}) to {} ({}), further than the 24 days that a "
+        "sensor can hold; import the files into separate lines, or mend a wrong date",
+        segments.front().family->name, import::utcText(first), printable(segments.front().file->name),
+        import::utcText(latest->last), printable(latest->file->name)));
+}
+
+} // namespace
+
+RawFile readRawFile(const std::string& path, const std::function<void(std::uint64_t)>& watch) {
+    try {
+        import::FileSource file(path);
+        WatchedSource source(file, watch);
+        RawFile raw{path, std::filesystem::path(path).filename().string(), {}};
+        const import::RawFormat* format = import::detectFormat(source, raw.name);
+        if (format == nullptr) {
+            std::string known;
+            for (const import::RawFormat& row : import::formats())
+                known += (known.empty() ? "" : ", ") + std::string(row.name);
+            throw ToolError(fmt::format("{}: not a raw file of a known format ({})", printable(path), known));
+        }
+        raw.data = format->read(source);
+        raw.data.format = format->name;
+        return raw;
+    } catch (const import::ImportError& error) {
+        const std::string text = error.what();
+        throw ToolError(printable(text.starts_with(path) ? text : path + ": " + text));
+    }
+}
+
+double StoreClock::seconds(Micros time) {
+    const Micros day = time - ((time % import::microsPerDay) + import::microsPerDay) % import::microsPerDay;
+    if (day != day_) {
+        const import::CalendarDay date = import::calendarDay(day);
+        dayStart_ = TmYDStoUTCs80(date.year, TmYMDtoJD(date.year, date.month, date.day), 0.0);
+        day_ = day;
+    }
+    return dayStart_ + static_cast<double>(time - day) / 1e6;
+}
+
+std::span<const char* const> importSensors() {
+    return sensorNames;
+}
+
+std::vector<const Family*> ImportPlan::families() const {
+    std::vector<const Family*> all;
+    for (const PlannedSegment& segment : segments) {
+        if (all.empty() || all.back() != segment.family) all.push_back(segment.family);
+    }
+    return all;
+}
+
+std::uint64_t ImportPlan::records() const {
+    std::uint64_t count = 0;
+    for (const PlannedSegment& segment : segments)
+        count += segment.records;
+    return count;
+}
+
+bool ImportPlan::anyLoss() const {
+    return std::ranges::any_of(segments,
+                               [](const PlannedSegment& segment) { return segment.outOfReach != 0; });
+}
+
+ImportPlan planImport(std::span<const RawFile> files, std::span<const std::string> wanted, bool mayOverlap) {
+    ImportPlan plan;
+    for (const ImportSensor& sensor : sensorTable) {
+        const Family* family = findFamily(sensor.name);
+        if (!wanted.empty() && std::ranges::find(wanted, sensor.name) == wanted.end()) continue;
+        std::vector<PlannedSegment> segments;
+        for (const RawFile& file : files) {
+            if (recordsOf(file.data, sensor) == 0) continue;
+            PlannedSegment segment;
+            segment.family = family;
+            segment.file = &file;
+            if (sensor.position)
+                describe(file.data.navigation, segment);
+            else
+                describe(file.data[sensor.kind], segment);
+            segments.push_back(segment);
+        }
+        if (segments.empty()) continue;
+        std::ranges::stable_sort(segments, {}, &PlannedSegment::first);
+        for (std::size_t i = 0; i < segments.size(); ++i)
+            segments[i].number = static_cast<std::uint32_t>(i + 1);
+        if (!mayOverlap) refuseOverlap(segments);
+        refuseWideSpan(segments);
+        if (sensor.position) {
+            const auto first = segments.front().file->data.navigation.records.front();
+            for (PlannedSegment& segment : segments) {
+                for (const auto& fix : segment.file->data.navigation.records) {
+                    if (!withinReach(first, fix))
+                        ++segment.outOfReach;
+                    else if (std::abs(nearTo(first.longitude, fix.longitude)) > std::numbers::pi)
+                        plan.acrossDateLine = true;
+                }
+                segment.records -= segment.outOfReach;
+            }
+        }
+        plan.segments.insert(plan.segments.end(), segments.begin(), segments.end());
+    }
+    if (plan.segments.empty()) {
+        throw ToolError(fmt::format(
+            "{}: no records of a sensor that can be imported ({})",
+            files.size() == 1 ? printable(files.front().path) : "the files",
+            fmt::join(wanted.empty() ? std::vector<std::string>(sensorNames.begin(), sensorNames.end())
+                                     : std::vector<std::string>(wanted.begin(), wanted.end()),
+                      ", ")));
+    }
+    return plan;
+}
+
+void writeImport(const LinePath& line, const ImportPlan& plan,
+                 const std::function<void(std::uint64_t)>& watch) {
+    StoreClock clock;
+    std::uint64_t done = 0;
+    for (const Family* family : plan.families()) {
+        const ImportSensor& sensor = sensorOf(*family);
+        OpenSet set(line, *family, L"create");
+        set.begin();
+        const import::PositionFix* first = nullptr;
+        for (const PlannedSegment& segment : plan.segments) {
+            if (segment.family != family) continue;
+            set.beginSegment(segment.file->name);
+            const auto write = [&](Micros time, std::array<double, maxQuantities> values) {
+                set.write({clock.seconds(time), values, 0});
+                if (++done % 65536 == 0 && watch) watch(done);
+            };
+            const RawData& data = segment.file->data;
+            if (sensor.position) {
+                for (const import::PositionFix& fix : data.navigation.records) {
+                    if (first == nullptr) first = &fix;
+                    if (withinReach(*first, fix))
+                        write(fix.time,
+                              {fix.latitude, nearTo(first->longitude, fix.longitude), fix.accuracy});
+                }
+            } else {
+                for (const import::TimedValue& record : data[sensor.kind].records)
+                    write(record.time, {record.value});
+            }
+            set.endSegment();
+        }
+        set.finish();
+    }
+}
+
+} // namespace skar::tool

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "import/rawfile.h"
+#include "linepath.h"
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+// From the readers' model to the sensors of a line, through the library's exported functions.
+namespace skar::tool {
+
+struct Family;
+
+// A raw file that has been read.
+struct RawFile {
+    std::string path;
+    std::string name; // without its folders; the segments carry it
+    import::RawData data;
+};
+
+// Reads a raw file of any format that is known. `watch` is told how far the reading has come, in bytes.
+// Throws ToolError naming the file.
+RawFile readRawFile(const std::string& path, const std::function<void(std::uint64_t)>& watch);
+
+// Seconds in the store's scale. Keeps the start of the last day, so that a run of times asks the calendar
+// once.
+class StoreClock {
+public:
+    double seconds(import::Micros time);
+
+private:
+    import::Micros day_ = INT64_MIN;
+    double dayStart_ = 0.0;
+};
+
+// The sensors that an import can write, in the order in which they are shown.
+std::span<const char* const> importSensors();
+
+// One line segment to be: a sensor's records of one file.
+struct PlannedSegment {
+    const Family* family = nullptr;
+    const RawFile* file = nullptr;
+    std::uint32_t number = 0; // of the sensor's segments, from 1
+    std::uint64_t records = 0;
+    import::Micros first = 0;
+    import::Micros last = 0;
+    std::string origin;
+    std::uint64_t stepsBack = 0;
+    // Positions so far from the first one of the sensor that the coding cannot hold them.
+    std::uint64_t outOfReach = 0;
+};
+
+// What an import will write, sensor by sensor, segments in order of their first time.
+struct ImportPlan {
+    std::vector<PlannedSegment> segments;
+    bool acrossDateLine = false; // longitudes go on beyond 180 degrees
+
+    std::vector<const Family*> families() const;
+    std::uint64_t records() const;
+    bool anyLoss() const;
+};
+
+// Lays out the wanted sensors of the files. Throws ToolError where files overlap in time and may not, where a
+// sensor's times lie further apart than its coding can hold, and where there is nothing to write.
+ImportPlan planImport(std::span<const RawFile> files, std::span<const std::string> wanted, bool mayOverlap);
+
+// Writes the plan's sensors, each of them anew. `watch` is told how many records are done.
+void writeImport(const LinePath& line, const ImportPlan& plan,
+                 const std::function<void(std::uint64_t)>& watch);
+
+} // namespace skar::tool
