@@ -15,6 +15,7 @@
 #include <skar/sensor.h>
 #include <skar/sensorparameters.h>
 #include <skar/simplesensor.h>
+#include <skar/slantrange.h>
 #include <skar/ssp.h>
 #include <skar/time.h>
 #include <skar/version.h>
