@@ -76,6 +76,12 @@ std::int64_t filePosition(const BlockCache* cache) {
     return cache->blockFileOffset + cache->positionInBuffer + cache->positionInRecord;
 }
 
+bool holds(const BlockCache* cache, std::int64_t position, std::size_t bytes) {
+    if (position < 0 || filePosition(cache) != position) return false;
+    const std::int64_t left = cache->sizes[cache->currentIndex] - cache->positionInRecord;
+    return left >= 0 && bytes <= static_cast<std::size_t>(left);
+}
+
 int initialiseCacheSize(_TELD_Sensor* sensor, std::int32_t size) try {
     if (!sensor || size <= 0) return codes::success;
     destroy(cacheOf(*sensor));

@@ -34,6 +34,8 @@ struct BlockCache {
 
 // The place in the file of what the current record gives next; -1 without a current record.
 std::int64_t filePosition(const BlockCache* cache);
+// Whether the current record gives that many bytes from a place in the file on.
+bool holds(const BlockCache* cache, std::int64_t position, std::size_t bytes);
 
 inline BlockCache* cacheOf(const _TELD_Sensor& sensor) {
     return static_cast<BlockCache*>(sensor.auxiliary);

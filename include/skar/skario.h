@@ -18,6 +18,7 @@
 #include <skar/slantrange.h>
 #include <skar/ssp.h>
 #include <skar/time.h>
+#include <skar/tpe.h>
 #include <skar/version.h>
 
 #ifdef __cplusplus
