@@ -205,6 +205,10 @@ TEST_F(SkarImport, AFileWithoutRecordsOfASensorIsAFailure) {
         importInto(raw("depth.txt", std::string("Timestamp;Depth\n2022-05-30 20:14:00;4.8\n")).string());
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.err.find("no records"), std::string::npos) << outcome.err;
+    const Outcome undated = importInto(
+        raw("undated.log", sentence("GPGGA,100001.00,5130.000,N,00315.000,W,1,08,1.0,10.0,M,,M,,")).string());
+    EXPECT_EQ(undated.status, 1);
+    EXPECT_NE(undated.err.find("1 x no date or time"), std::string::npos) << undated.err;
 }
 
 TEST_F(SkarImport, BadUsageIsStatusTwo) {

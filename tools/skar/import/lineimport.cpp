@@ -111,6 +111,22 @@ void refuseWideSpan(const std::vector<PlannedSegment>& segments) {
         import::utcText(latest->last), printable(latest->file->name)));
 }
 
+[[noreturn]] void refuseEmpty(std::span<const RawFile> files, std::span<const std::string> wanted) {
+    std::vector<std::string> names(wanted.begin(), wanted.end());
+    if (names.empty()) names.assign(sensorNames.begin(), sensorNames.end());
+    std::string causes;
+    for (std::size_t i = 0; i < import::problemKinds; ++i) {
+        const auto kind = static_cast<import::ProblemKind>(i);
+        std::uint64_t count = 0;
+        for (const RawFile& file : files)
+            count += file.data.problems[kind].count;
+        if (count != 0) causes += fmt::format("; {} x {}", count, import::meaning(kind).text);
+    }
+    throw ToolError(fmt::format("{}: no records of a sensor that can be imported ({}){}",
+                                files.size() == 1 ? printable(files.front().path) : "the files",
+                                fmt::join(names, ", "), causes));
+}
+
 } // namespace
 
 RawFile readRawFile(const std::string& path, const std::function<void(std::uint64_t)>& watch) {
@@ -205,14 +221,7 @@ ImportPlan planImport(std::span<const RawFile> files, std::span<const std::strin
         }
         plan.segments.insert(plan.segments.end(), segments.begin(), segments.end());
     }
-    if (plan.segments.empty()) {
-        throw ToolError(fmt::format(
-            "{}: no records of a sensor that can be imported ({})",
-            files.size() == 1 ? printable(files.front().path) : "the files",
-            fmt::join(wanted.empty() ? std::vector<std::string>(sensorNames.begin(), sensorNames.end())
-                                     : std::vector<std::string>(wanted.begin(), wanted.end()),
-                      ", ")));
-    }
+    if (plan.segments.empty()) refuseEmpty(files, wanted);
     return plan;
 }
 
