@@ -1,4 +1,5 @@
 #include "fileio/flatrecords.h"
+#include "fileio/formats.h"
 #include "fileio/setnames.h"
 
 #include <skar/errors.h>
@@ -213,6 +214,15 @@ int renameSource(const Family& family, _TELD_Sensor* sensor, const wchar_t* name
 }
 
 } // namespace
+
+FormatTables navigationFormat() {
+    static constexpr FormatTable tables[] = {
+        {"Navigation summary", pagesOf<summaryLayout, Handle>},
+        {"Navigation record", pagesOf<recordLayout, Record>},
+        {"Navigation segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 

@@ -1,3 +1,4 @@
+#include "fileio/formats.h"
 #include "fileio/profilesteps.h"
 #include "fileio/setnames.h"
 
@@ -151,6 +152,18 @@ constexpr const wchar_t fileName[] = L"ObservedDepths";
 constexpr const wchar_t newFileName[] = L"ObservedDepthsNew";
 
 } // namespace
+
+FormatTables observedDepthsFormat() {
+    static constexpr FormatTable tables[] = {
+        {"Observed depths summary", pagesOf<summaryLayout, Handle>},
+        {"Observed depths profile, version 1", pagesOf<headerVersion1, ProfileHeader>},
+        {"Observed depths profile, version 2", pagesOf<headerVersion2, ProfileHeader>},
+        {"Observed depths beam, version 1", pagesOf<depthVersion1, Depth>},
+        {"Observed depths beam, version 2", pagesOf<depthVersion2, Depth>},
+        {"Observed depths segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 

@@ -1,3 +1,4 @@
+#include "fileio/formats.h"
 #include "fileio/profilesteps.h"
 
 #include <skar/processeddepths.h>
@@ -325,6 +326,19 @@ int readCompact(_TELD_Sensor& sensor, std::vector<CompactDepth>& depths) {
 }
 
 } // namespace
+
+FormatTables processedDepthsFormat() {
+    static constexpr FormatTable tables[] = {
+        {"Processed depths summary", pagesOf<summaryLayout, Handle>},
+        {"Processed depths profile, version 1", pagesOf<headerVersion1, Header>},
+        {"Processed depths profile, version 2", pagesOf<headerVersion2, Header>},
+        {"Processed depths profile, version 3", pagesOf<headerVersion3, Header>},
+        {"Processed depths beam, versions 1 and 2", pagesOf<depthVersion1, Depth>},
+        {"Processed depths beam, version 3", pagesOf<depthVersion3, Depth>},
+        {"Processed depths segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 

@@ -1,4 +1,5 @@
 #include "fileio/flatrecords.h"
+#include "fileio/formats.h"
 
 #include <skar/errors.h>
 #include <skar/simplesensor.h>
@@ -124,6 +125,15 @@ constexpr const char* conditionTexts[] = {
 }
 
 } // namespace
+
+FormatTables simpleSensorFormat() {
+    static constexpr FormatTable tables[] = {
+        {"Simple sensor summary", pagesOf<summaryLayout, Handle>},
+        {"Simple sensor record", pagesOf<recordLayout, Record>},
+        {"Simple sensor segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 
