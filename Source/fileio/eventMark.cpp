@@ -1,4 +1,5 @@
 #include "fileio/flatrecords.h"
+#include "fileio/formats.h"
 
 #include <skar/eventmark.h>
 #include <skar/paths.h>
@@ -100,6 +101,15 @@ std::string narrowText(const wchar_t* text) {
 }
 
 } // namespace
+
+FormatTables eventMarkFormat() {
+    static constexpr FormatTable tables[] = {
+        {"Event mark summary", pagesOf<summaryLayout, Handle>},
+        {"Event mark record", pagesOf<recordLayout, Mark>},
+        {"Event mark segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 

@@ -19,6 +19,11 @@ FormatTables simpleSensorFormat();
 FormatTables navigationFormat();
 FormatTables observedDepthsFormat();
 FormatTables processedDepthsFormat();
+FormatTables slantRangeFormat();
+FormatTables tpeFormat();
+FormatTables sspFormat();
+FormatTables sensorParametersFormat();
+FormatTables eventMarkFormat();
 
 // The table of that name; empty for a name that no family has.
 std::span<const FieldPage> formatTable(std::string_view name);

@@ -1,4 +1,5 @@
 #include "fileio/flatrecords.h"
+#include "fileio/formats.h"
 
 #include <skar/sensorparameters.h>
 
@@ -125,6 +126,16 @@ bool allGiven(const Outputs*... outputs) {
 }
 
 } // namespace
+
+FormatTables sensorParametersFormat() {
+    static constexpr FormatTable tables[] = {
+        {"Sensor parameters summary", pagesOf<summaryLayout, Handle>},
+        {"Sensor parameters record head", pagesOf<headLayout, Head>},
+        {"Sensor parameters, Reson 8100", pagesOf<parametersLayout, P>},
+        {"Sensor parameters segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 

@@ -1,3 +1,4 @@
+#include "fileio/formats.h"
 #include "fileio/profilesteps.h"
 
 #include <skar/slantrange.h>
@@ -142,6 +143,16 @@ constexpr OpenKeys openKeys = {.seekSummary = SKAR_KEY("fseekHeaderFailed"),
 #undef SKAR_KEY
 
 } // namespace
+
+FormatTables slantRangeFormat() {
+    static constexpr FormatTable tables[] = {
+        {"Slant range summary", pagesOf<summaryLayout, Handle>},
+        {"Slant range profile", pagesOf<headerLayout, ProfileHeader>},
+        {"Slant range beam", pagesOf<rangeLayout, Range>},
+        {"Slant range segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 

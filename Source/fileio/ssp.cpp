@@ -1,4 +1,5 @@
 #include "fileio/flatrecords.h"
+#include "fileio/formats.h"
 
 #include <skar/errors.h>
 #include <skar/ssp.h>
@@ -127,6 +128,15 @@ int handOut(const Record& record, double* time, double* value1, double* value2, 
 }
 
 } // namespace
+
+FormatTables sspFormat() {
+    static constexpr FormatTable tables[] = {
+        {"SSP summary", pagesOf<summaryLayout, Handle>},
+        {"SSP record", pagesOf<recordLayout, Record>},
+        {"SSP segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 

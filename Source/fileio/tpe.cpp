@@ -1,3 +1,4 @@
+#include "fileio/formats.h"
 #include "fileio/profilesteps.h"
 
 #include <skar/log.h>
@@ -260,6 +261,16 @@ int open(_TELD_Sensor& sensor) {
 }
 
 } // namespace
+
+FormatTables tpeFormat() {
+    static constexpr FormatTable tables[] = {
+        {"TPE summary", pagesOf<summaryLayout, Handle>},
+        {"TPE profile", pagesOf<headerLayout, ProfileHeader>},
+        {"TPE beam", pagesOf<recordLayout, Record>},
+        {"TPE segment extents", pagesOf<extentsLayout, Segment>},
+    };
+    return tables;
+}
 
 } // namespace skar::fileio
 
