@@ -240,6 +240,8 @@ int writeRecordStatus(const Family& family, _TELD_Sensor& sensor, std::uint32_t 
                       std::uint32_t status) {
     std::int32_t offset = 0;
     if (const int code = offsetOf(sensor, family, record, offset)) return code;
+    // A damaged index must not get a status written over the head of the file.
+    if (offset < family.firstRecordOffset()) return family.code(Offset::mapIndex);
     RecordFile& file = sensor.state->file;
     if (!file.seek(offset)) return family.code(Offset::seek);
     const std::byte* stored = file.read(family.recordSize);
