@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iostream>
+#include <sstream>
 #include <stdexcept>
 
 namespace skar::tests {
@@ -259,6 +261,12 @@ FlatSet flatSet(const FlatFamily& family, const std::vector<std::uint32_t>& perS
             set.index.word("time", coded(s * full + i + 1).time).word("offset", offsets[s * full + i]);
     }
     return set;
+}
+
+QuietOutput::~QuietOutput() {
+    std::istringstream lines(testing::internal::GetCapturedStdout());
+    for (std::string line; std::getline(lines, line);)
+        if (!line.starts_with("qon_xdr")) std::cout << line << '\n';
 }
 
 int writeLine(const FlatFamily& family, const std::wstring& line,

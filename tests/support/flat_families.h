@@ -141,6 +141,16 @@ private:
     _TELD_Sensor* sensor_;
 };
 
+// Keeps the messages of the stream codecs off the standard output, where thousands of them say nothing; all
+// other lines come through in the end.
+class QuietOutput {
+public:
+    QuietOutput() { testing::internal::CaptureStdout(); }
+    ~QuietOutput();
+    QuietOutput(const QuietOutput&) = delete;
+    QuietOutput& operator=(const QuietOutput&) = delete;
+};
+
 // Writes samples 1 to the sum of `perSegment` through the family's functions, up to and with the close. The
 // first code that is not 0.
 int writeLine(const FlatFamily& family, const std::wstring& line,
