@@ -1,7 +1,7 @@
 #include "shell.h"
 
 #include <chrono>
-#include <optional>
+#include <regex>
 
 using namespace skar::test;
 
@@ -169,6 +169,27 @@ TEST_P(SkarCheckOfDamage, IsNamedWithFileAndOffset) {
 
 INSTANTIATE_TEST_SUITE_P(Every, SkarCheckOfDamage, testing::ValuesIn(damages),
                          [](const auto& test) { return std::string(test.param.name); });
+
+TEST_F(SkarCheck, EveryCodeOfTheSourcesIsExplained) {
+    const fs::path root = SKAR_SOURCE_DIR;
+    const auto textOf = [](const fs::path& file) {
+        const std::vector<std::uint8_t> bytes = bytesOf(file);
+        return std::string(bytes.begin(), bytes.end());
+    };
+    const std::string page = textOf(root / "docs/skar/check.md");
+    const std::regex finding(R"re((?:error|warning)\(\s*"([a-z-]+)")re");
+    int codes = 0;
+    for (const char* const source : {"setcheck.cpp", "segments.cpp", "timeindex.cpp"}) {
+        const std::string text = textOf(root / "tools/skar/check" / source);
+        for (std::sregex_iterator match(text.begin(), text.end(), finding), end; match != end; ++match) {
+            ++codes;
+            EXPECT_NE(page.find("`" + (*match)[1].str() + "`"), std::string::npos) << (*match)[1];
+        }
+    }
+    EXPECT_GT(codes, 20);
+    for (const Damage& damage : damages)
+        EXPECT_NE(page.find(std::string("`") + damage.code + "`"), std::string::npos) << damage.code;
+}
 
 TEST_F(SkarCheck, ACleanSetIsSilentlyClean) {
     GyroWords().write(line);
