@@ -28,6 +28,8 @@ FlatFamily simple(FlatFamily row) {
     row.base = 5001200;
     row.nullHandle = 5000019;
     row.segmentsMissing = 5028600;
+    row.segmentsNotWritten = 5028600;
+    row.overThrowing = true;
     row.stored = row.id;
     row.write = [](_TELD_Sensor* sensor, const Sample& s) {
         return SeqWrite(sensor, s.time, s.values[0], s.status);
@@ -58,6 +60,12 @@ FlatFamily track(FlatFamily row, std::uint32_t stored) {
     row.base = 5000100;
     row.nullHandle = 5000112;
     row.segmentsMissing = 5000132;
+    row.segmentsNotWritten = 5000102;
+    row.shape = Shape::position;
+    row.head = 72;
+    row.record = 20;
+    row.quantities = 3;
+    row.ranged = 2;
     row.stored = stored;
     row.track = true;
     row.beginSummary = [](_TELD_Sensor* sensor) { return BeginSummary(sensor, 2u); };
@@ -78,6 +86,90 @@ FlatFamily track(FlatFamily row, std::uint32_t stored) {
         wchar_t* name = nullptr;
         const int code = LineSegment(sensor, n, &name, &v.begin, &v.end, &v.minTime, &v.maxTime, &v.min[0],
                                      &v.max[0], &v.min[1], &v.max[1], &v.status);
+        if (name) v.name = name;
+        SKARIO_free(name);
+        return code;
+    };
+    return row;
+}
+
+FlatFamily ssp(FlatFamily row) {
+    row.base = 5002800;
+    row.nullHandle = 5002812;
+    row.segmentsMissing = 5002801;
+    row.segmentsNotWritten = 5002802;
+    row.stored = row.id;
+    row.shape = Shape::twoValues;
+    row.quantities = 2;
+    row.beginSummary = SspBgnSeqWriteSummary;
+    row.write = [](_TELD_Sensor* sensor, const Sample& s) {
+        return SspSeqWrite(sensor, s.time, s.values[0], s.values[1], s.status);
+    };
+    row.read = [](_TELD_Sensor* sensor, std::uint32_t n, Sample& s) {
+        return SspRead(sensor, n, &s.time, &s.values[0], &s.values[1], &s.status);
+    };
+    row.readSeq = [](_TELD_Sensor* sensor, Sample& s) {
+        return SspReadSeq(sensor, &s.time, &s.values[0], &s.values[1], &s.status);
+    };
+    row.summary = [](_TELD_Sensor* sensor, SummaryView& v) {
+        return SspSummary(sensor, &v.segments, &v.records, &v.minTime, &v.maxTime, &v.min[0], &v.max[0],
+                          &v.status);
+    };
+    row.segment = [](_TELD_Sensor* sensor, std::uint32_t n, SegmentView& v) {
+        wchar_t* name = nullptr;
+        const int code = SspLineSegment(sensor, n, &name, &v.begin, &v.end, &v.minTime, &v.maxTime, &v.min[0],
+                                        &v.max[0], &v.status);
+        if (name) v.name = name;
+        SKARIO_free(name);
+        return code;
+    };
+    return row;
+}
+
+std::string markText(double number) {
+    return "mark " + std::to_string(static_cast<std::uint32_t>(number));
+}
+// A text that is not the number's shows as another number.
+int takeMark(int code, std::uint32_t number, const std::wstring& text, Sample& s) {
+    const std::string expected = markText(number);
+    if (code == 0) s.values[0] = std::wstring(expected.begin(), expected.end()) == text ? number : -1.0;
+    return code;
+}
+
+FlatFamily marks(FlatFamily row) {
+    row.base = 5000700;
+    row.nullHandle = 5000712;
+    row.segmentsMissing = 5000701;
+    row.segmentsNotWritten = 5000702;
+    row.stored = row.id;
+    row.shape = Shape::mark;
+    row.head = 40;
+    row.record = 92;
+    row.ranged = 0;
+    row.beginSummary = EMBgnSeqWriteSummary;
+    row.write = [](_TELD_Sensor* sensor, const Sample& s) {
+        const std::string text = markText(s.values[0]);
+        return EMSeqWrite(sensor, static_cast<std::uint32_t>(s.values[0]), s.time,
+                          std::wstring(text.begin(), text.end()).c_str(), s.status);
+    };
+    row.read = [](_TELD_Sensor* sensor, std::uint32_t n, Sample& s) {
+        std::uint32_t number = 0;
+        wchar_t text[SKAR_EVENT_MARK_TEXT] = L"";
+        const int code = EMRead(sensor, n, &number, &s.time, text, &s.status);
+        return takeMark(code, number, text, s);
+    };
+    row.readSeq = [](_TELD_Sensor* sensor, Sample& s) {
+        std::uint32_t number = 0;
+        wchar_t text[SKAR_EVENT_MARK_TEXT] = L"";
+        const int code = EMReadSeq(sensor, &number, &s.time, text, &s.status);
+        return takeMark(code, number, text, s);
+    };
+    row.summary = [](_TELD_Sensor* sensor, SummaryView& v) {
+        return EMSummary(sensor, &v.segments, &v.records, &v.minTime, &v.maxTime, &v.status);
+    };
+    row.segment = [](_TELD_Sensor* sensor, std::uint32_t n, SegmentView& v) {
+        wchar_t* name = nullptr;
+        const int code = EMLineSegment(sensor, n, &name, &v.begin, &v.end, &v.minTime, &v.maxTime, &v.status);
         if (name) v.name = name;
         SKARIO_free(name);
         return code;
@@ -114,6 +206,10 @@ std::vector<FlatFamily> makeFamilies() {
     SKAR_TESTS_TRACK(Navigation, Navigation, 3, 3)
     SKAR_TESTS_TRACK(SSSNavigation, SSSNavigation, 12, 12)
     SKAR_TESTS_TRACK(NavigationNew, Navigation, 76, 3)
+    rows.push_back(ssp(FlatFamily{SKAR_TESTS_COMMON(Ssp, Ssp, 54)}));
+    rows.back().name = "SSP";
+    rows.push_back(marks(FlatFamily{SKAR_TESTS_COMMON(EM, EM, 32)}));
+    rows.back().name = "EventMark";
     return rows;
 }
 #pragma GCC diagnostic pop
@@ -155,7 +251,11 @@ Sample FlatFamily::sample(std::uint32_t number) const {
     Sample s;
     s.time = firstTime + 0.25 * (n - 1);
     s.status = 0x80000000u + number * 3;
-    if (track)
+    if (shape == Shape::twoValues)
+        s.values = {1400.0 + number % 1000, 3.0 * (number % 2000), 0.0};
+    else if (shape == Shape::mark)
+        s.values[0] = 10.0 * n;
+    else if (track)
         s.values = {0.7 + 1e-6 * n, -2.1 - 3e-6 * n, 12.5 * n};
     else
         s.values[0] = fine ? std::sin(n) : 10.0 * std::sin(n) - 0.125 * n;
@@ -179,8 +279,8 @@ FlatSet flatSet(const FlatFamily& family, const std::vector<std::uint32_t>& perS
         family.track
             ? std::array<std::int32_t, 3>{rounded(first.values[0] / 1e-7), rounded(first.values[1] / 1e-7), 0}
             : std::array<std::int32_t, 3>{};
-    const std::size_t quantities = family.track ? 3 : 1;
-    const std::size_t ranged = family.track ? 2 : 1;
+    const std::size_t quantities = family.quantities;
+    const std::size_t ranged = family.ranged;
     const auto coded = [&](std::uint32_t number) {
         const Sample s = family.sample(number);
         Coded c{family.codedTime(s.time, minute), {}};
@@ -216,7 +316,7 @@ FlatSet flatSet(const FlatFamily& family, const std::vector<std::uint32_t>& perS
         data.word("minLat", whole[0].least).word("maxLat", whole[0].most);
         data.word("referenceLongitude", reference[1]);
         data.word("minLong", whole[1].least).word("maxLong", whole[1].most);
-    } else {
+    } else if (ranged > 0) {
         data.word("minValue", whole[0].least).word("maxValue", whole[0].most);
     }
     std::vector<std::uint32_t> offsets;
@@ -224,7 +324,20 @@ FlatSet flatSet(const FlatFamily& family, const std::vector<std::uint32_t>& perS
         const Coded c = coded(n);
         offsets.push_back(static_cast<std::uint32_t>(data.size()));
         const std::string record = "record " + std::to_string(n) + ' ';
-        data.word(record + "status", family.sample(n).status).word(record + "encodedTime", c.time);
+        const Sample s = family.sample(n);
+        data.word(record + "status", s.status);
+        if (family.shape == Shape::mark)
+            data.word(record + "number", static_cast<std::uint32_t>(s.values[0]));
+        data.word(record + "encodedTime", c.time);
+        if (family.shape == Shape::mark) {
+            const std::string text = markText(s.values[0]);
+            data.raw(record + "text", text).zeros(record + "text", 80 - text.size());
+            continue;
+        }
+        if (family.shape == Shape::twoValues) {
+            data.word(record + "values", c.values[0] / 100 * 0x10000 + c.values[1] / 100);
+            continue;
+        }
         for (std::size_t i = 0; i < quantities; ++i)
             data.word(record + "value " + std::to_string(i), c.values[i]);
     }

@@ -3,9 +3,11 @@
 #include "support/store.h"
 
 #include <skar/codes.h>
+#include <skar/eventmark.h>
 #include <skar/navigation.h>
 #include <skar/sensor.h>
 #include <skar/simplesensor.h>
+#include <skar/ssp.h>
 
 #include <gtest/gtest.h>
 
@@ -18,7 +20,8 @@
 // flatFamilies() runs for each, and a further sensor gets all of them by its row.
 namespace skar::tests {
 
-// One record. A simple sensor has one value; a track has latitude, longitude and the auxiliary value.
+// One record. A simple sensor has one value; a track has latitude, longitude and the auxiliary value; SSP has
+// two values; of an event mark the number is the value, and the text follows from it.
 struct Sample {
     double time = 0.0;
     std::array<double, 3> values{};
@@ -47,6 +50,9 @@ struct SegmentView {
     std::uint32_t status = 0;
 };
 
+// What stands in a record behind its status.
+enum class Shape { value, position, twoValues, mark };
+
 struct FlatFamily {
     const char* name;     // prefix of the functions and name of the data file
     std::uint32_t id;     // as SensorOpenDir takes it
@@ -56,6 +62,13 @@ struct FlatFamily {
     int segmentsMissing; // code of an open without its LineSegments file
     bool track;
     bool fine; // steps of 1e-7; tracks aside, else 0.001
+    Shape shape = Shape::value;
+    std::size_t head = 48; // bytes before the first record
+    std::size_t record = 12;
+    std::size_t quantities = 1;  // values of a record
+    std::size_t ranged = 1;      // of these, how many have extents
+    bool overThrowing = false;   // whether the sequential reader passes on what a throwing one gives
+    int segmentsNotWritten = -1; // code of a close whose LineSegments file cannot be opened
 
     _TELD_Sensor* (*open)(const wchar_t*, const wchar_t*, std::uint32_t*);
     int (*close)(_TELD_Sensor*);
@@ -76,8 +89,8 @@ struct FlatFamily {
     std::string segmentsFile() const { return std::string(name) + "LineSegments"; }
     std::string indexFile() const { return std::string(name) + "TmIdx"; }
     std::vector<std::string> files() const { return {name, segmentsFile(), indexFile()}; }
-    std::size_t recordSize() const { return track ? 20 : 12; }
-    std::size_t firstRecord() const { return track ? 72 : 48; }
+    std::size_t recordSize() const { return record; }
+    std::size_t firstRecord() const { return head; }
     int code(int offset) const { return base + offset; }
     // The step in which a value is kept: what comes back is within half of it.
     double step(std::size_t value) const { return track && value < 2 ? 1e-9 : fine ? 1e-7 : 1e-3; }
