@@ -176,6 +176,17 @@ int setByteOffset(BlockCache* cache, std::uint32_t offset, int relative) {
     return 1;
 }
 
+void showWritten(BlockCache* cache, std::int64_t position, const void* bytes, std::size_t size) {
+    if (isOff(cache) || cache->firstRecord == 0) return;
+    const std::int64_t from = std::max(position, cache->blockFileOffset);
+    const std::int64_t to =
+        std::min(position + static_cast<std::int64_t>(size), cache->blockFileOffset + cache->blockBytes);
+    if (from >= to) return;
+    std::memcpy(cache->buffer.data() + (from - cache->blockFileOffset),
+                static_cast<const std::byte*>(bytes) + (from - position),
+                static_cast<std::size_t>(to - from));
+}
+
 void clearBuffer(BlockCache* cache) {
     if (!cache) return;
     cache->firstRecord = 0;

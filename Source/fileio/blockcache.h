@@ -10,7 +10,7 @@
 // from memory. Switched on by the environment variable SkarIOCacheSize, which counts the records of a block.
 //
 // The file stands where the current record does: whoever goes on in the file instead of the cache finds the
-// same bytes. A block cannot disagree with the file: what is written through the handle empties it, and a
+// same bytes. A block cannot disagree with the file: what is written through the handle shows in it, and a
 // block that is not whole in the file is not kept.
 namespace skar::fileio {
 
@@ -62,6 +62,8 @@ int BlockIOFread(BlockCache* cache, void* destination, std::size_t bytes);
 // Moves within the current record. 1, or 0 when the cache is off or the record does not reach that far.
 int setByteOffset(BlockCache* cache, std::uint32_t offset, int relative);
 
+// Puts bytes that were written to the file into the block as well.
+void showWritten(BlockCache* cache, std::int64_t position, const void* bytes, std::size_t size);
 void clearBuffer(BlockCache* cache);
 void destroy(BlockCache* cache);
 

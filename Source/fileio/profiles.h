@@ -26,6 +26,13 @@
 // (StepTable).
 namespace skar::fileio {
 
+// What the values of a beam count from.
+struct ProfileBase {
+    double time;
+    double latitude;
+    double longitude;
+};
+
 struct BeamRange {
     std::uint32_t numDepths = 0;
     std::uint32_t startBeam = 1;
@@ -71,6 +78,11 @@ struct ProfileState {
     std::uint32_t profileStatus;
     std::byte buffer[96]; // under both streams
     BeamRange refused;    // of the profile in which a read by number failed last
+    // Of the profile that was updated last, 0 for none, whatever is being read meanwhile.
+    std::uint32_t updatedProfile;
+    BeamRange updatedRange;
+    ProfileBase updatedBase;
+    std::int64_t updatedOffset;
 };
 inline ProfileState& profileState(const _TELD_Sensor& sensor) {
     return *static_cast<ProfileState*>(sensor.pReadStruct);
@@ -199,6 +211,16 @@ template <class Layout, class Record>
     return Step::done;
 }
 
+// The next bytes from the block cache, or from the file, which stands at the same place, where the cache does
+// not have them.
+inline const std::byte* fromCache(const _TELD_Sensor& sensor, std::byte* copy, std::size_t size) {
+    RecordFile& file = sensor.state->file;
+    BlockCache* cache = cacheOf(sensor);
+    if (!holds(cache, file.position(), size)) return file.read(size);
+    BlockIOFread(cache, copy, size);
+    return copy;
+}
+
 // The next header of the file or, with a block cache, of the cached record; what it says is the base of the
 // beams that follow. `profile` is its number, 0 when it is not known.
 template <class Traits>
@@ -210,11 +232,8 @@ Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, Profil
     return Traits::withVersion(state.version, [&](const auto& headerLayout, const auto&) {
         const std::int64_t offset = sensor.state->file.position();
         std::array<std::byte, sizeof state.buffer> copy;
-        const std::byte* bytes = copy.data();
-        if (!cached)
-            bytes = sensor.state->file.read(headerLayout.size);
-        else if (!BlockIOFread(cacheOf(sensor), copy.data(), headerLayout.size))
-            bytes = nullptr;
+        const std::byte* bytes = cached ? fromCache(sensor, copy.data(), headerLayout.size)
+                                        : sensor.state->file.read(headerLayout.size);
         if (!bytes) return Step::readHeader;
         ProfileHeader decoded;
         const Step step =
@@ -263,24 +282,13 @@ Step followingHeader(_TELD_Sensor& sensor, ProfileHeader& header) {
     return step == Step::mapIndex ? Step::readHeader : step;
 }
 
-// Makes the known header that of a profile without moving on from it.
-template <class Traits>
-Step ensureHeader(_TELD_Sensor& sensor, std::uint32_t profile, int& indexCode) {
-    if (profileState(sensor).profile == profile) return Step::done;
-    ProfileHeader header;
-    return seekHeader<Traits>(sensor, profile, header, indexCode);
-}
-
 // The next beam of the file or of the cached record.
 template <class Traits>
 [[gnu::always_inline]] inline Step takeBeam(_TELD_Sensor& sensor, bool cached, typename Traits::Beam& beam) {
     return Traits::withVersion(profileState(sensor).version, [&](const auto&, const auto& beamLayout) {
         std::array<std::byte, sizeof(ProfileState::buffer)> copy;
-        const std::byte* bytes = copy.data();
-        if (!cached) [[likely]]
-            bytes = sensor.state->file.read(beamLayout.size);
-        else if (!BlockIOFread(cacheOf(sensor), copy.data(), beamLayout.size))
-            bytes = nullptr;
+        const std::byte* bytes = !cached ? sensor.state->file.read(beamLayout.size)
+                                         : fromCache(sensor, copy.data(), beamLayout.size);
         if (!bytes) [[unlikely]]
             return Step::readBeam;
         return decodeThrough(sensor, beamLayout, bytes, beam, Step::positionBeam, Step::decodeBeam);
@@ -304,12 +312,15 @@ public:
     }
     Step settle(Step step) const {
         if (step == Step::done) return step;
-        ProfileState& state = profileState(sensor_);
-        state.refused = {state.numDepths, state.startBeam};
-        std::memcpy(sensor_.pReadStruct, saved_, sizeof saved_);
-        state.common.needSeek = 1;
-        sensor_.state->file.seek(position_);
+        const ProfileState& state = profileState(sensor_);
+        profileState(sensor_).refused = {state.numDepths, state.startBeam};
+        goBack();
         return step;
+    }
+    void goBack() const {
+        std::memcpy(sensor_.pReadStruct, saved_, sizeof saved_);
+        profileState(sensor_).common.needSeek = 1;
+        sensor_.state->file.seek(position_);
     }
 
 private:
@@ -317,6 +328,31 @@ private:
     std::int64_t position_;
     std::byte saved_[offsetof(ProfileState, buffer)];
 };
+
+// Makes the profile that is updated that one. The sequential readers stay where they are.
+template <class Traits>
+Step ensureUpdated(_TELD_Sensor& sensor, std::uint32_t profile, int& indexCode) {
+    ProfileState& state = profileState(sensor);
+    if (state.updatedProfile == profile) return Step::done;
+    if (state.profile == profile) {
+        state.updatedRange = {state.numDepths, state.startBeam};
+        state.updatedBase = {state.time, state.latitude, state.longitude};
+        state.updatedOffset = state.profileOffset;
+        state.updatedProfile = profile;
+        return Step::done;
+    }
+    const Bookmark bookmark(sensor);
+    ProfileHeader header;
+    const Step step = seekHeader<Traits>(sensor, profile, header, indexCode);
+    if (step == Step::done) {
+        state.updatedRange = header.range;
+        state.updatedBase = {header.time, header.latitude, header.longitude};
+        state.updatedOffset = state.profileOffset;
+        state.updatedProfile = profile;
+    }
+    bookmark.goBack();
+    return step;
+}
 
 // Positions the file at a beam that is not the next one.
 template <class Traits>
@@ -485,6 +521,19 @@ int checkWriter(const Family& family, const _TELD_Sensor* sensor, const char* op
 // What an update function makes of the words of a beam: false for a value without a coding.
 enum class Change { write, keep, refuse };
 
+// Leaves the file where it found it.
+class PositionGuard {
+public:
+    explicit PositionGuard(RecordFile& file) : file_(file), position_(file.position()) {}
+    ~PositionGuard() { file_.seek(position_); }
+    PositionGuard(const PositionGuard&) = delete;
+    PositionGuard& operator=(const PositionGuard&) = delete;
+
+private:
+    RecordFile& file_;
+    std::int64_t position_;
+};
+
 // Changes the words of one beam in the file. `change` gets the raw words and says what becomes of them.
 template <class Traits, class Changer>
 int updateBeam(_TELD_Sensor* sensor, const char* operation, std::uint32_t profile, std::uint32_t beam,
@@ -498,7 +547,7 @@ int updateBeam(_TELD_Sensor* sensor, const char* operation, std::uint32_t profil
     if (profile < 1 || profile > sensor->numRecords) return family.code(Offset::outOfRange);
     ProfileState& state = profileState(*sensor);
     int indexCode = 0;
-    switch (ensureHeader<Traits>(*sensor, profile, indexCode)) {
+    switch (ensureUpdated<Traits>(*sensor, profile, indexCode)) {
     case Step::done:
         break;
     case Step::mapIndex:
@@ -510,13 +559,15 @@ int updateBeam(_TELD_Sensor* sensor, const char* operation, std::uint32_t profil
     default:
         return headerDecodeCode;
     }
-    if (beam < state.startBeam || beam - state.startBeam >= state.numDepths)
+    const BeamRange& range = state.updatedRange;
+    if (beam < range.startBeam || beam - range.startBeam >= range.numDepths)
         return family.code(Offset::outOfRange);
     const std::int64_t offset =
-        state.profileOffset + static_cast<std::int64_t>(Traits::header.size) +
-        static_cast<std::int64_t>(beam - state.startBeam) * static_cast<std::int64_t>(Traits::beam.size);
+        state.updatedOffset + static_cast<std::int64_t>(Traits::header.size) +
+        static_cast<std::int64_t>(beam - range.startBeam) * static_cast<std::int64_t>(Traits::beam.size);
     RecordFile& file = sensor->state->file;
     state.common.needSeek = 1;
+    const PositionGuard guard(file);
     if (!file.seek(offset)) return seekCode;
     const std::byte* stored = file.read(Traits::beam.size);
     if (!stored) return family.code(Offset::read);
@@ -527,7 +578,17 @@ int updateBeam(_TELD_Sensor* sensor, const char* operation, std::uint32_t profil
     std::array<std::uint32_t, Traits::beam.words> words;
     for (std::size_t i = 0; i < words.size(); ++i)
         words[i] = loadWord(stored + i * wordSize);
-    switch (change(words)) {
+    // The codings count from the profile at hand; for the time of the change that is this one.
+    const ProfileBase base = {state.time, state.latitude, state.longitude};
+    const auto countFrom = [&](const ProfileBase& from) {
+        state.time = from.time;
+        state.latitude = from.latitude;
+        state.longitude = from.longitude;
+    };
+    countFrom(state.updatedBase);
+    const Change made = change(words);
+    countFrom(base);
+    switch (made) {
     case Change::keep:
         return codes::success;
     case Change::refuse:
@@ -537,9 +598,14 @@ int updateBeam(_TELD_Sensor* sensor, const char* operation, std::uint32_t profil
     }
     for (std::size_t i = 0; i < words.size(); ++i)
         storeWord(encoding.bytes + i * wordSize, words[i]);
-    clearBuffer(cacheOf(*sensor));
     if (!file.seek(offset)) return seekCode;
-    return file.write(encoding.bytes, Traits::beam.size) ? codes::success : family.code(Offset::write);
+    if (!file.write(encoding.bytes, Traits::beam.size)) {
+        // Part of it may have been written.
+        clearBuffer(cacheOf(*sensor));
+        return family.code(Offset::write);
+    }
+    showWritten(cacheOf(*sensor), offset, encoding.bytes, Traits::beam.size);
+    return codes::success;
 }
 
 // Status of a beam in its high half; the time offset below stays.
