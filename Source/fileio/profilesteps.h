@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <span>
 
 // What a step of a profile read looks like from outside: the key, the code and the details of the exception
@@ -98,12 +99,13 @@ struct OpenKeys {
 };
 
 template <class Error>
-[[noreturn]] void throwOpen(const _TELD_Sensor& sensor, const char* key, int code, int error = 0) {
+[[noreturn]] void throwOpen(const _TELD_Sensor& sensor, const char* key, int code,
+                            std::optional<int> error = std::nullopt) {
     Error thrown;
     thrown << SKAR::file_name_info(MORVAUString(sensor.dataFilePath.c_str()))
            << bathy::error::BathyException::tag_error_code(code);
     if (key) thrown << bathy::error::BathyException::tag_additional_details(key);
-    if (error != 0) thrown << SKAR::stdio_error_info(error);
+    if (error) thrown << SKAR::stdio_error_info(*error);
     BOOST_THROW_EXCEPTION(thrown);
 }
 

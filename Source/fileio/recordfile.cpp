@@ -3,6 +3,7 @@
 #include "platform/positionedio.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <new>
 
@@ -32,6 +33,7 @@ bool RecordFile::reserve(std::size_t size) {
 }
 
 const std::byte* RecordFile::readBeyond(std::size_t size) {
+    errno = 0; // what it says behind a short read is of this read
     if (pending_ != 0 && !flushPending()) return nullptr;
     // Whoever goes on where the window ends is reading in order and gets more each time; whoever jumps gets
     // the record alone.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -22,7 +23,11 @@ public:
     // False, the position being left, when what was appended before could not be written or there is no such
     // position.
     bool seek(std::int64_t position) noexcept {
-        if (position < 0 || (pending_ != 0 && !flushPending())) return false;
+        if (position < 0) {
+            errno = EINVAL;
+            return false;
+        }
+        if (pending_ != 0 && !flushPending()) return false;
         position_ = position;
         ++seeks_;
         return true;
