@@ -484,7 +484,6 @@ int writeHeader(_TELD_Sensor& sensor, const ProfileHeader& header) {
     if (!Traits::header.encode(sensor, header, bytes.data())) return family.code(Offset::encode);
     sensor.firstRecord = 0;
     ++sensor.numRecords;
-    sensor.numDepths += header.range.numDepths;
     state.time = header.time;
     state.latitude = header.latitude;
     state.longitude = header.longitude;
@@ -496,6 +495,7 @@ int writeHeader(_TELD_Sensor& sensor, const ProfileHeader& header) {
     enterInIndex(sensor, static_cast<std::int32_t>(loadWord(bytes.data() + Traits::timeOffset)),
                  state.end - static_cast<std::int64_t>(bytes.size()));
     Traits::widenByHeader(sensor, header);
+    sensor.numDepths += header.range.numDepths; // of the profiles that are in the file
     ++state.common.recordsWritten;
     state.common.needSeek = 1;
     return codes::success;
