@@ -157,4 +157,5 @@ def main():
     }, heave_twin(minutes, 11, records, segments))
 
 
-main()
+if __name__ == "__main__":
+    main()
