@@ -553,7 +553,7 @@ TEST(ObservedDepthsOpening, NamesWhatIsWrong) {
          5000203,
          {}},
         {"last word of the segments missing",
-         cut(side, 147),
+         cut(side, 127),
          "ObsDepthReadError",
          depthKey("headerDecodeFailed"),
          5000203,
