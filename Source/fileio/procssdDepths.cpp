@@ -423,8 +423,13 @@ int ProcessedDepthsReadProfiles(_TELD_Sensor* sensor, int first, int count,
     const auto wanted = static_cast<std::size_t>(std::clamp<std::int64_t>(there, 0, count));
     std::size_t complete = 0;
     try {
-        profiles.resize(wanted);
+        // A count that the file cannot have is not worth the memory for it: one more profile than it has room
+        // for is enough to tell.
+        const auto room = static_cast<std::size_t>(std::max<std::int64_t>(0, sensor->state->file.size())) /
+                          fileio::headerSize<ProcessedTraits>(profileState(*sensor).version);
+        profiles.resize(std::min(wanted, room + 1));
         for (; complete < wanted; ++complete) {
+            if (complete == profiles.size()) profiles.resize(std::min(wanted, 2 * complete));
             fileio::Header header;
             PD_Profile& profile = profiles[complete];
             const int code = complete == 0 ? readHeader(*sensor, static_cast<std::uint32_t>(first), header)
