@@ -208,9 +208,6 @@ constexpr OpenKeys openKeys = {
     SKAR_KEY("timeIndexReadFailed")};
 #undef SKAR_KEY
 
-using unsupported_processed_depths_version =
-    boost::error_info<struct unsupported_processed_depths_version_, int>;
-
 // What a header gives to a caller's pointers, in the order of the plain functions.
 struct HeaderOutputs {
     std::uint32_t* numDepths;
@@ -293,7 +290,8 @@ Step nextDepth(_TELD_Sensor& sensor, Depth& depth) {
     if (const Step step = checkRead(sensor, family, 1, 1); step != Step::done) return step;
     ProfileState& state = profileState(sensor);
     if (state.numDepths == 0) return Step::readBeam;
-    const Step step = takeBeam<ProcessedTraits>(sensor, state.fromCache, depth);
+    const Step step =
+        takeBeam<ProcessedTraits>(sensor, inCache(sensor, beamSize<ProcessedTraits>(state.version)), depth);
     state.common.needSeek = 1;
     return step;
 }
@@ -307,19 +305,22 @@ int readCompact(_TELD_Sensor& sensor, std::vector<CompactDepth>& depths) {
         return CompactDepth{depth.time, depth.latitude, depth.longitude, static_cast<float>(depth.depth),
                             depth.status};
     };
-    ProfileState& state = profileState(sensor);
+    const auto codeOf = [](Step step) {
+        return step == Step::done       ? codes::success
+               : step == Step::readBeam ? codes::withoutCode
+                                        : base + Offset::decode;
+    };
+    const ProfileState& state = profileState(sensor);
     const std::uint64_t bytes = std::uint64_t{state.numDepths} * beamSize<ProcessedTraits>(state.version);
-    if (!state.fromCache && fits(sensor, bytes)) {
+    if (!inCache(sensor, bytes) && fits(sensor, bytes)) {
         depths.resize(state.numDepths);
-        const Step step = readBeams<ProcessedTraits>(
-            sensor, [&](std::uint32_t i, const Depth& depth) { depths[i] = compact(depth); });
-        if (step == Step::done) return codes::success;
-        return step == Step::readBeam ? codes::withoutCode : base + Offset::decode;
+        return codeOf(readBeams<ProcessedTraits>(
+            sensor, [&](std::uint32_t i, const Depth& depth) { depths[i] = compact(depth); }));
     }
     for (std::uint32_t i = 0; i < state.numDepths; ++i) {
         Depth depth;
         const Step step = nextDepth(sensor, depth);
-        if (step != Step::done) return step == Step::readBeam ? codes::withoutCode : base + Offset::decode;
+        if (step != Step::done) return codeOf(step);
         depths.push_back(compact(depth));
     }
     return codes::success;
@@ -733,6 +734,7 @@ int ProcessedDepthsUpdateSummaryStatus(_TELD_Sensor* sensor) {
         return codes::success;
     if (const int code = checkWriter(family, sensor, "UpdateSummaryStatus", inUpdate)) return code;
     profileState(*sensor).common.needSeek = 1;
+    const PositionGuard readersGoOn(sensor->state->file);
     if (const int code = TELD_ReadDataValidationRecord(sensor)) return code;
     RecordFile& file = sensor->state->file;
     const std::int64_t start = file.position();
@@ -746,6 +748,8 @@ int ProcessedDepthsUpdateSummaryStatus(_TELD_Sensor* sensor) {
 }
 
 int ProcessedDepthsSaveStatusToDisk(_TELD_Sensor* sensor) {
+    if (!sensor) return family.nullHandle;
+    const PositionGuard readersGoOn(sensor->state->file);
     return saveStatus(family, sensor);
 }
 

@@ -71,13 +71,13 @@ struct ProfileState {
     std::uint32_t profile;
     std::uint32_t numDepths;
     std::uint32_t startBeam;
-    std::uint32_t beam;      // read last
-    std::uint32_t fromCache; // the header came from the block cache, and so do the beams behind it
+    std::uint32_t beam; // read last
     std::int64_t profileOffset;
     std::int64_t end; // of what was written, in create mode
     std::uint32_t profileStatus;
-    std::byte buffer[96]; // under both streams
-    BeamRange refused;    // of the profile in which a read by number failed last
+    std::byte buffer[96];       // under both streams
+    BeamRange refused;          // of the profile in which a read by number failed last
+    std::int64_t refusedOffset; // where the file could not be moved to
     // Of the profile that was updated last, 0 for none, whatever is being read meanwhile.
     std::uint32_t updatedProfile;
     BeamRange updatedRange;
@@ -227,7 +227,6 @@ template <class Traits>
 Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, ProfileHeader& header) {
     ProfileState& state = profileState(sensor);
     state.profile = 0;
-    state.fromCache = 0;
     state.common.needSeek = 1;
     return Traits::withVersion(state.version, [&](const auto& headerLayout, const auto&) {
         const std::int64_t offset = sensor.state->file.position();
@@ -246,52 +245,10 @@ Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, Profil
         state.longitude = decoded.longitude;
         state.numDepths = decoded.range.numDepths;
         state.startBeam = decoded.range.startBeam;
-        // What comes from the cache leaves the file where it was.
-        state.profile = cached ? 0 : profile;
-        state.fromCache = cached;
+        state.profile = profile;
         state.profileOffset = offset;
         state.profileStatus = decoded.status;
         return Step::done;
-    });
-}
-
-// The header of a profile by number, straight from the file.
-template <class Traits>
-Step seekHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, int& indexCode) {
-    std::int32_t offset = 0;
-    indexCode = TmIdxMapIndexToByteOffset(&sensor, profile, &offset);
-    if (indexCode != codes::success) return Step::mapIndex;
-    if (!sensor.state->file.seek(offset)) return Step::seekHeader;
-    return takeHeader<Traits>(sensor, profile, false, header);
-}
-
-// The header of a profile by number, from the block cache where there is one.
-template <class Traits>
-Step findHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, int& indexCode) {
-    if (readRecord(cacheOf(sensor), profile) == 0) return takeHeader<Traits>(sensor, profile, true, header);
-    return seekHeader<Traits>(sensor, profile, header, indexCode);
-}
-
-// The header that follows: of the file, or of the record after the one asked for last in the block cache.
-template <class Traits>
-Step followingHeader(_TELD_Sensor& sensor, ProfileHeader& header) {
-    BlockCache* cache = cacheOf(sensor);
-    if (getCacheSize(cache) == 0) return takeHeader<Traits>(sensor, 0, false, header);
-    int indexCode = 0;
-    const Step step = findHeader<Traits>(sensor, cache->lastRecordAsked + 1, header, indexCode);
-    return step == Step::mapIndex ? Step::readHeader : step;
-}
-
-// The next beam of the file or of the cached record.
-template <class Traits>
-[[gnu::always_inline]] inline Step takeBeam(_TELD_Sensor& sensor, bool cached, typename Traits::Beam& beam) {
-    return Traits::withVersion(profileState(sensor).version, [&](const auto&, const auto& beamLayout) {
-        std::array<std::byte, sizeof(ProfileState::buffer)> copy;
-        const std::byte* bytes = !cached ? sensor.state->file.read(beamLayout.size)
-                                         : fromCache(sensor, copy.data(), beamLayout.size);
-        if (!bytes) [[unlikely]]
-            return Step::readBeam;
-        return decodeThrough(sensor, beamLayout, bytes, beam, Step::positionBeam, Step::decodeBeam);
     });
 }
 
@@ -302,6 +259,13 @@ std::size_t headerSize(std::uint32_t version) {
 template <class Traits>
 std::size_t beamSize(std::uint32_t version) {
     return Traits::withVersion(version, [](const auto&, const auto& beam) { return beam.size; });
+}
+
+// Whether the block cache has what the file gives next. The file is where the handle stands; the cache only
+// spares the reading of it.
+inline bool inCache(const _TELD_Sensor& sensor, std::size_t bytes) {
+    const BlockCache* cache = cacheOf(sensor);
+    return cache && holds(cache, sensor.state->file.position(), bytes);
 }
 
 // Where a handle stands. A read by number that fails leaves the sequential readers there.
@@ -328,6 +292,60 @@ private:
     std::int64_t position_;
     std::byte saved_[offsetof(ProfileState, buffer)];
 };
+
+// The header of a profile by number, straight from the file.
+template <class Traits>
+Step seekHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, int& indexCode) {
+    std::int32_t offset = 0;
+    indexCode = TmIdxMapIndexToByteOffset(&sensor, profile, &offset);
+    if (indexCode != codes::success) return Step::mapIndex;
+    if (!sensor.state->file.seek(offset)) {
+        profileState(sensor).refusedOffset = offset;
+        return Step::seekHeader;
+    }
+    return takeHeader<Traits>(sensor, profile, false, header);
+}
+
+// The header of a profile by number, from the block cache where there is one.
+template <class Traits>
+Step findHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, int& indexCode) {
+    const Bookmark bookmark(sensor);
+    if (readRecord(cacheOf(sensor), profile) == 0)
+        return bookmark.settle(takeHeader<Traits>(sensor, profile, true, header));
+    return bookmark.settle(seekHeader<Traits>(sensor, profile, header, indexCode));
+}
+
+// The header behind the profile at hand, however many of its beams were read.
+template <class Traits>
+Step followingHeader(_TELD_Sensor& sensor, ProfileHeader& header) {
+    const Bookmark bookmark(sensor);
+    const ProfileState& state = profileState(sensor);
+    RecordFile& file = sensor.state->file;
+    const std::size_t size = headerSize<Traits>(state.version);
+    if (state.profile != 0) {
+        const std::int64_t end =
+            state.profileOffset +
+            static_cast<std::int64_t>(size + std::size_t{state.numDepths} * beamSize<Traits>(state.version));
+        if (file.position() != end) file.seek(end);
+    }
+    const std::int64_t position = file.position();
+    const std::uint32_t next = state.profile + 1;
+    if (readRecord(cacheOf(sensor), next) == 0 && file.position() != position) file.seek(position);
+    return bookmark.settle(takeHeader<Traits>(sensor, next, inCache(sensor, size), header));
+}
+
+// The next beam of the file or of the cached record.
+template <class Traits>
+[[gnu::always_inline]] inline Step takeBeam(_TELD_Sensor& sensor, bool cached, typename Traits::Beam& beam) {
+    return Traits::withVersion(profileState(sensor).version, [&](const auto&, const auto& beamLayout) {
+        std::array<std::byte, sizeof(ProfileState::buffer)> copy;
+        const std::byte* bytes = !cached ? sensor.state->file.read(beamLayout.size)
+                                         : fromCache(sensor, copy.data(), beamLayout.size);
+        if (!bytes) [[unlikely]]
+            return Step::readBeam;
+        return decodeThrough(sensor, beamLayout, bytes, beam, Step::positionBeam, Step::decodeBeam);
+    });
+}
 
 // Makes the profile that is updated that one. The sequential readers stay where they are.
 template <class Traits>

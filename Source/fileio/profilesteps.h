@@ -70,14 +70,13 @@ template <class Error>
     if (row.details & withProfile) error << SKAR::profile_number_info(context.profile);
     if (row.details & withMaxProfile) error << SKAR::max_profile_number_info(context.sensor.numRecords);
     if (row.details & withBeam) error << SKAR::beam_number_info(context.beam);
-    if (row.details & (withBeamRange | withOffset)) {
+    if (row.details & withBeamRange) {
         const BeamRange& range = profileState(context.sensor).refused;
-        if (row.details & withBeamRange)
-            error << SKAR::start_beam_number_info(range.startBeam)
-                  << SKAR::max_beam_number_info(range.startBeam + range.numDepths - 1);
-        if (row.details & withOffset)
-            error << SKAR::byte_offset_info(static_cast<int>(context.sensor.state->file.position()));
+        error << SKAR::start_beam_number_info(range.startBeam)
+              << SKAR::max_beam_number_info(range.startBeam + range.numDepths - 1);
     }
+    if (row.details & withOffset)
+        error << SKAR::byte_offset_info(static_cast<int>(profileState(context.sensor).refusedOffset));
     BOOST_THROW_EXCEPTION(error);
 }
 

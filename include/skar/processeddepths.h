@@ -4,6 +4,8 @@
 #include <skar/sensor.h>
 
 #ifdef __cplusplus
+#include <boost/exception/info.hpp>
+
 #include <vector>
 #endif
 
@@ -110,6 +112,12 @@ SKAR_EXPORT int ProcessedDepthsSaveStatusToDisk(_TELD_Sensor* sensor);
 SKAR_EXPORT int ProcessedDepthsRemoveDir(const wchar_t* linePath);
 
 #ifdef __cplusplus
+namespace SKAR {
+/* The version of a file that Open does not know, in a ProcDepthOpenError. */
+using unsupported_processed_depths_version =
+    boost::error_info<struct unsupported_processed_depths_version_, int>;
+} // namespace SKAR
+
 /* The throwing interface on the same handles: SKAR::ProcDepthOpenError from Open, SKAR::ProcDepthReadError
  * from the rest. */
 namespace SKAR::IO::ProcessedDepths {
