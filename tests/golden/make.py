@@ -40,11 +40,11 @@ class File:
         self.u("versionNumber", version)
 
 
-def save(case, files, twin):
+def save(case, files, twin, script="make.py"):
     folder = HERE / case
     folder.mkdir(exist_ok=True)
     for name, file in files.items():
-        text = f"# {file.size} bytes; made by ../make.py\n" + "\n".join(file.lines) + "\n"
+        text = f"# {file.size} bytes; made by ../{script}\n" + "\n".join(file.lines) + "\n"
         (folder / f"{name}.hex").write_text(text)
     (folder / "twin.txt").write_text("\n".join(twin) + "\n")
 
