@@ -15,8 +15,11 @@ function(skar_room)
     target_include_directories(skar_${ROOM_NAME} PUBLIC ${doorway} ${PROJECT_SOURCE_DIR}/include
                                                         ${PROJECT_BINARY_DIR}/include)
     target_compile_definitions(skar_${ROOM_NAME} PRIVATE SKAR_BUILDING)
-    # Exceptions name the source file they were thrown from: its path in the tree, not the builder's.
-    target_compile_options(skar_${ROOM_NAME} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+    # Exceptions name the source file they were thrown from: its path in the tree, not the builder's, which a
+    # compiler cache may have made relative to the build folder.
+    file(RELATIVE_PATH from_build ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+    target_compile_options(skar_${ROOM_NAME} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
+                                                     -fmacro-prefix-map=${from_build}/=)
     target_link_libraries(skar_${ROOM_NAME} PUBLIC ${ROOM_LINKS} PRIVATE skar_warnings ${ROOM_PRIVATE_LINKS})
     set_property(GLOBAL APPEND PROPERTY SKAR_ROOMS skar_${ROOM_NAME})
 endfunction()

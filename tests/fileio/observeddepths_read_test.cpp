@@ -48,6 +48,7 @@ INSTANTIATE_TEST_SUITE_P(Each, BothVersions, testing::Values(1, 2),
                          [](const auto& row) { return "Version" + std::to_string(row.param); });
 
 std::uint32_t openCode(const Line& line, const wchar_t* token = L"query") {
+    SKARIO_Init(0);
     std::uint32_t code = 77;
     _TELD_Sensor* sensor = ObservedDepthsOpenDir(line.path().c_str(), token, &code);
     EXPECT_EQ(code == 0, sensor != nullptr);
@@ -55,6 +56,7 @@ std::uint32_t openCode(const Line& line, const wchar_t* token = L"query") {
     return code;
 }
 Thrown opening(const Line& line, const wchar_t* token = L"query") {
+    SKARIO_Init(0);
     return thrownBy([&] {
         _TELD_Sensor* sensor = SKAR::IO::ObservedDepths::Open(line.path().c_str(), token, false);
         ObservedDepthsClose(sensor);
@@ -656,6 +658,7 @@ TEST(ObservedDepthsOpening, SegmentsThatCannotBeOpenedAreLoggedByTheirCause) {
         {EIO, 5000201, "SKAR IO could not open '%s'.  Windows returned the following error:\n\t"},
     };
     const std::string folder = "/survey/p/v/d/l/";
+    SKARIO_Init(0);
     for (const auto& cause : causes) {
         SCOPED_TRACE(cause.code);
         FaultBackend disk;
