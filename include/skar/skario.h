@@ -20,6 +20,7 @@
 #include <skar/time.h>
 #include <skar/tpe.h>
 #include <skar/version.h>
+#include <skar/xml.h>
 
 #ifdef __cplusplus
 #include <skar/errors.h>

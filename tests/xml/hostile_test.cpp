@@ -1,0 +1,113 @@
+#include "support/temporary_directory.h"
+
+#include <skar/xml.h>
+
+#include <libxml/tree.h>
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+
+namespace {
+
+using skar::tests::TemporaryDirectory;
+
+class HostileXml : public testing::Test {
+protected:
+    // What the file comes to when it is opened; the time it took is held against a second.
+    bool opens(const std::string& bytes) {
+        folder.write("file.xml", bytes);
+        const auto start = std::chrono::steady_clock::now();
+        const xmlDocPtr document = OpenXmlFile(folder.wide("file.xml").c_str());
+        EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+        value.assign(64, L'\0');
+        if (document == nullptr) return false;
+        std::wstring text(11 << 20, L'\0');
+        ReadElementString(xmlDocGetRootElement(document), L"S", text.data());
+        value = text.c_str();
+        FreeXmlDoc(document);
+        return true;
+    }
+
+    TemporaryDirectory folder;
+    std::wstring value;
+};
+
+std::string bomb(const std::string& use) {
+    std::string text = "<!DOCTYPE r [<!ENTITY e0 \"0123456789\">";
+    for (int i = 1; i < 12; ++i) {
+        text += "<!ENTITY e" + std::to_string(i) + " \"";
+        for (int n = 0; n < 10; ++n)
+            text += "&e" + std::to_string(i - 1) + ";";
+        text += "\">";
+    }
+    return text + "]><r>" + use + "</r>";
+}
+
+TEST_F(HostileXml, AnEntityBombIsRefused) {
+    EXPECT_FALSE(opens(bomb("<S value='&e11;'/>")));
+    EXPECT_FALSE(opens(bomb("&e11;")));
+}
+
+TEST_F(HostileXml, AnEntityOfManyUsesIsRefused) {
+    std::string text = "<!DOCTYPE r [<!ENTITY e \"" + std::string(100000, 'x') + "\">]><r><S value='";
+    for (int n = 0; n < 10000; ++n)
+        text += "&e;";
+    EXPECT_FALSE(opens(text + "'/></r>"));
+}
+
+TEST_F(HostileXml, AnEntityOfTheFileItselfHolds) {
+    EXPECT_TRUE(opens("<!DOCTYPE r [<!ENTITY v \"Morning &amp; Star\">]><r><S value='&v;'/></r>"));
+    EXPECT_EQ(value, L"Morning & Star");
+}
+
+TEST_F(HostileXml, EntitiesThatNameEachOtherAreRefused) {
+    EXPECT_FALSE(opens("<!DOCTYPE r [<!ENTITY a \"&b;\"><!ENTITY b \"&a;\">]><r><S value='&a;'/></r>"));
+}
+
+TEST_F(HostileXml, NothingExternalIsRead) {
+    folder.write("secret.txt", "secret");
+    folder.write("secret.dtd", "<!ENTITY s \"secret\"><!ATTLIST S value CDATA \"secret\">");
+    const std::string place = "file://" + folder.path().string();
+    const std::string root = "<r><S/>&s;</r>";
+    opens("<!DOCTYPE r [<!ENTITY s SYSTEM \"" + place + "/secret.txt\">]>" + root);
+    EXPECT_EQ(value.find(L"secret"), std::wstring::npos);
+    opens("<!DOCTYPE r SYSTEM \"" + place + "/secret.dtd\"><r><S/></r>");
+    EXPECT_EQ(value, L"");
+    opens("<!DOCTYPE r [<!ENTITY % p SYSTEM \"" + place + "/secret.dtd\">%p;]><r><S/></r>");
+    EXPECT_EQ(value, L"");
+    EXPECT_FALSE(
+        opens("<!DOCTYPE r [<!ENTITY s SYSTEM \"" + place + "/secret.txt\">]><r><S value='&s;'/></r>"));
+}
+
+TEST_F(HostileXml, NestingOfAHundredThousandLevelsIsRefused) {
+    std::string text;
+    for (int n = 0; n < 100000; ++n)
+        text += "<a>";
+    for (int n = 0; n < 100000; ++n)
+        text += "</a>";
+    EXPECT_FALSE(opens(text));
+}
+
+TEST_F(HostileXml, AnAttributeOfTenMillionBytesIsRefused) {
+    EXPECT_FALSE(opens("<r><S value='" + std::string(10500000, 'x') + "'/></r>"));
+}
+
+TEST_F(HostileXml, BytesThatAreNoTextAreRefused) {
+    EXPECT_FALSE(opens(std::string("<r><S value='a\0b'/></r>", 23)));
+    EXPECT_FALSE(opens("<r><S value='\xff\xfe'/></r>"));
+    EXPECT_FALSE(opens("<r><S value='&#0;'/></r>"));
+    EXPECT_FALSE(opens(std::string(100000, '\0')));
+    EXPECT_FALSE(opens(""));
+}
+
+TEST_F(HostileXml, EveryCutOfAFileIsRefused) {
+    const std::string whole = "<?xml version=\"1.0\"?><r Version=\"1.0\"><S value=\"1\"/></r>";
+    ASSERT_TRUE(opens(whole));
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        EXPECT_FALSE(opens(whole.substr(0, size))) << size;
+    }
+}
+
+} // namespace
