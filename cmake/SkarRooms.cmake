@@ -19,7 +19,7 @@ function(skar_room)
     # compiler cache may have made relative to the build folder.
     file(RELATIVE_PATH from_build ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
     target_compile_options(skar_${ROOM_NAME} PRIVATE -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=
-                                                     -fmacro-prefix-map=${from_build}/=)
+                                                     -fmacro-prefix-map=${from_build}=)
     target_link_libraries(skar_${ROOM_NAME} PUBLIC ${ROOM_LINKS} PRIVATE skar_warnings ${ROOM_PRIVATE_LINKS})
     set_property(GLOBAL APPEND PROPERTY SKAR_ROOMS skar_${ROOM_NAME})
 endfunction()
