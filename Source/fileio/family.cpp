@@ -275,7 +275,7 @@ int saveStatus(const Family& family, _TELD_Sensor* sensor) {
 }
 
 int setSourceFileName(const Family& family, _TELD_Sensor* sensor, const wchar_t* name, codes::Block block,
-                      Offset nullName) {
+                      Offset nullName, int rewriteFailure) {
     if (!sensor) return block + Offset::nullHandle;
     if (sensor->sensorType != family.storedType) return block + Offset::wrongSensor;
     if (sensor->accessType != TELD_UPDATE) return block + Offset::wrongAccess;
@@ -287,9 +287,23 @@ int setSourceFileName(const Family& family, _TELD_Sensor* sensor, const wchar_t*
         segment->name = copy;
         segment->nameLength = static_cast<std::uint32_t>(std::wcslen(copy));
     }
-    return writeSegments(*sensor, family) == codes::success ? codes::success
-                                                            : codes::observedDepths + Offset::writeSegments;
+    return writeSegments(*sensor, family) == codes::success ? codes::success : rewriteFailure;
 }
+
+namespace {
+
+// The trace file of a side scan, where there is one.
+int closeTrace(_TELD_Sensor& sensor, const Family& family) {
+    if (!sensor.traceFile) return codes::success;
+    int code = codes::success;
+    keepFirst(code, sensor.accessType == TELD_CREATE && std::fflush(sensor.traceFile) != 0,
+              family.code(family.flushFailure));
+    keepFirst(code, std::fclose(sensor.traceFile) != 0, family.code(Offset::specific26));
+    sensor.traceFile = nullptr;
+    return code;
+}
+
+} // namespace
 
 int closeSensor(const Family& family, _TELD_Sensor* sensor) {
     if (family.wrongSensorOnClose != 0 && sensor && sensor->sensorType != family.storedType)
@@ -322,6 +336,10 @@ int closeSensor(const Family& family, _TELD_Sensor* sensor) {
             platform::removeFile(path.c_str());
         if (!written) platform::removeFile(sensor->dataFilePath.c_str());
     }
+    const bool traced = sensor->traceFile;
+    const int trace = closeTrace(*sensor, family);
+    keepFirst(code, trace != codes::success, trace);
+    if (traced && creating && !written) platform::removeFile(sensor->traceFilePath.c_str());
     keepFirst(code, SensorFree(sensor) != codes::success, family.code(Offset::freeSensor));
     return code;
 }

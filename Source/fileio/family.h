@@ -5,6 +5,7 @@
 
 #include <skar/codes.h>
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 
@@ -54,11 +55,13 @@ struct Family {
     Block<_TELD_LineSegment> extents; // of a segment, behind its record numbers
     std::size_t recordSize; // the words of the layout, and bytes behind them where the family has such
 
-    int nullHandle;                     // code of a null handle
-    bool testsSensor;                   // whether a handle of another family is told apart
-    bool logsWrongSensor = false;       // whether that leaves a log line
-    bool structureBeforeAccess = false; // which is tested first by reads and writes
-    bool keepsStatusShadow = true;      // whether statuses are loaded for update
+    int nullHandle;                               // code of a null handle
+    bool testsSensor;                             // whether a handle of another family is told apart
+    std::array<std::uint32_t, 2> otherTypes = {}; // stored types that are of this family as well, 0 for none
+    int noStructure = codes::failed;              // code of a handle without its read structure
+    bool logsWrongSensor = false;                 // whether that leaves a log line
+    bool structureBeforeAccess = false;           // which is tested first by reads and writes
+    bool keepsStatusShadow = true;                // whether statuses are loaded for update
     Positioning positioning = Positioning::unlessNext;
     std::int32_t lastRecordAtOpen = 0;
     int wrongSensorOnSave = 0;  // code of a wrong sensor in SaveStatusToDisk, where it is not the usual one
@@ -76,6 +79,9 @@ struct Family {
 
     constexpr std::int64_t firstRecordOffset() const { return 16 + static_cast<std::int64_t>(summary.size); }
     constexpr int code(Offset offset) const { return base + offset; }
+    constexpr bool has(std::uint32_t type) const {
+        return type == storedType || (type != 0 && (type == otherTypes[0] || type == otherTypes[1]));
+    }
 };
 
 // Access types that an operation allows.
@@ -98,10 +104,10 @@ int wrongSensor(const Family& family, const char* operation);
 inline int checkHandle(const Family& family, const _TELD_Sensor* sensor, const char* operation, Access access,
                        Structure structure = Structure::unused) {
     if (!sensor) return family.nullHandle;
-    if (family.testsSensor && sensor->sensorType != family.storedType) return wrongSensor(family, operation);
+    if (family.testsSensor && !family.has(sensor->sensorType)) return wrongSensor(family, operation);
     const bool missing = structure == Structure::needed && !sensor->pReadStruct;
     const bool denied = (access & 1u << sensor->accessType) == 0;
-    if (missing && (family.structureBeforeAccess || !denied)) return codes::failed;
+    if (missing && (family.structureBeforeAccess || !denied)) return family.noStructure;
     return denied ? family.code(Offset::wrongAccess) : codes::success;
 }
 
@@ -151,7 +157,7 @@ int writeRecordStatus(const Family& family, _TELD_Sensor& sensor, std::uint32_t 
 // Gives every segment that source file name and rewrites the LineSegments file. The codes are those of a
 // block that need not be the family's, as is that of a failed rewrite.
 int setSourceFileName(const Family& family, _TELD_Sensor* sensor, const wchar_t* name, codes::Block block,
-                      Offset nullName);
+                      Offset nullName, int rewriteFailure = codes::observedDepths + Offset::writeSegments);
 int closeSensor(const Family& family, _TELD_Sensor* sensor);
 
 // Finds a segment and hands out what all families have of it. The name is a copy from wcsdup.

@@ -24,6 +24,8 @@ FormatTables tpeFormat();
 FormatTables sspFormat();
 FormatTables sensorParametersFormat();
 FormatTables eventMarkFormat();
+FormatTables sssFormat();
+FormatTables sssProcFormat();
 
 // The table of that name; empty for a name that no family has.
 std::span<const FieldPage> formatTable(std::string_view name);

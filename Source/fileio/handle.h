@@ -5,7 +5,10 @@
 
 #include <skar/sensor.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 // What stands behind a handle, and what all of its files share.
 namespace skar::fileio {
@@ -20,6 +23,7 @@ struct HandleState {
 
     RecordFile file;
     TimeIndexStore index;
+    std::array<std::vector<std::byte>, 4> samples; // of the ping read last, in the imagery families
 };
 
 // Makes sure that the time index has room for the record that goes to the present position of the file. 0, or

@@ -3,6 +3,7 @@
 #include "platform/positionedio.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstring>
 #include <new>
@@ -14,6 +15,10 @@ namespace {
 constexpr std::size_t bufferSize = 64 * 1024;
 constexpr std::size_t largestReadAhead = 64 * 1024;
 constexpr std::size_t firstReadAhead = 4 * 1024;
+// Below this a copy out of the window costs less than a call of its own.
+constexpr std::size_t smallRead = 4 * 1024;
+constexpr std::size_t headAhead = 128;
+constexpr std::size_t mostPieces = 4;
 
 } // namespace
 
@@ -50,6 +55,60 @@ const std::byte* RecordFile::readBeyond(std::size_t size) {
     if (got < size) return nullptr;
     position_ += static_cast<std::int64_t>(size);
     return window_.get();
+}
+
+bool RecordFile::readInto(std::span<const platform::Piece> pieces) {
+    std::size_t wanted = 0;
+    for (const platform::Piece& piece : pieces)
+        wanted += piece.size;
+    if (wanted <= smallRead || pieces.size() > mostPieces) {
+        const std::byte* bytes = read(wanted);
+        if (!bytes) return false;
+        for (const platform::Piece& piece : pieces) {
+            if (piece.size != 0) std::memcpy(piece.to, bytes, piece.size);
+            bytes += piece.size;
+        }
+        return true;
+    }
+    errno = 0;
+    if (pending_ != 0 && !flushPending()) return false;
+    if (!reserve(headAhead)) return false;
+    // What the window has, then straight from the file what is left; the window gets the head of the next
+    // record with the same call.
+    std::array<platform::Piece, mostPieces + 1> rest;
+    std::size_t parts = 0;
+    std::size_t left = 0;
+    for (const platform::Piece& piece : pieces) {
+        const std::int64_t ahead = position_ - windowStart_;
+        const std::size_t there = ahead >= 0 && ahead < windowSize_ && left == 0
+                                      ? std::min(piece.size, static_cast<std::size_t>(windowSize_ - ahead))
+                                      : 0;
+        if (there != 0) std::memcpy(piece.to, window_.get() + ahead, there);
+        position_ += static_cast<std::int64_t>(there);
+        if (there == piece.size) continue;
+        rest[parts++] = {static_cast<std::byte*>(piece.to) + there, piece.size - there};
+        left += piece.size - there;
+    }
+    if (left == 0) return true;
+    rest[parts++] = {window_.get(), headAhead};
+    windowSize_ = 0;
+    std::size_t got = 0;
+    if (!platform::readPiecesAt(file_, position_, {rest.data(), parts}, got)) failed_ = true;
+    if (got < left) return false;
+    position_ += static_cast<std::int64_t>(left);
+    windowStart_ = position_;
+    windowSize_ = static_cast<std::int64_t>(got - left);
+    return true;
+}
+
+void RecordFile::takeBack(std::int64_t position) noexcept {
+    if (position >= position_) {
+        pending_ = static_cast<std::size_t>(position - position_);
+    } else {
+        pending_ = 0;
+        position_ = position;
+    }
+    if (buffer_) room_ = bufferSize - pending_;
 }
 
 bool RecordFile::appendBeyond(const void* bytes, std::size_t size) {

@@ -1,11 +1,14 @@
 #pragma once
 
+#include "platform/positionedio.h"
+
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <span>
 
 // The data file of a handle as a run of bytes, read through a window and written through a buffer.
 //
@@ -47,6 +50,10 @@ public:
         return readBeyond(size);
     }
 
+    // The next bytes, piece by piece, to where a caller wants them. Large ones go there without a stop in the
+    // window. False when they are not all there; part of them may have been filled then.
+    bool readInto(std::span<const platform::Piece> pieces);
+
     // Appends at the position through the buffer. False when the buffer could not be written; the bytes given
     // are then not taken.
     bool append(const void* bytes, std::size_t size) {
@@ -59,6 +66,8 @@ public:
         }
         return appendBeyond(bytes, size);
     }
+    // Forgets what was appended from that position on, so that the next append goes there.
+    void takeBack(std::int64_t position) noexcept;
     // Overwrites in place at once and moves behind the bytes.
     bool write(const void* bytes, std::size_t size);
     // Hands everything on to the system.

@@ -2,8 +2,10 @@
 
 #include "platform/file.h"
 
+#include <array>
 #include <cerrno>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 namespace skar::platform {
@@ -36,6 +38,38 @@ bool readAt(std::FILE* file, std::int64_t offset, void* bytes, std::size_t size,
             return false;
         }
         got += static_cast<std::size_t>(step);
+    }
+    return true;
+}
+
+bool readPiecesAt(std::FILE* file, std::int64_t offset, std::span<const Piece> pieces,
+                  std::size_t& got) noexcept {
+    got = 0;
+    std::size_t wanted = 0;
+    const int descriptor = fileno(file);
+    if (descriptor >= 0 && pieces.size() <= mostPiecesAt) {
+        std::array<struct iovec, mostPiecesAt> vectors;
+        for (std::size_t i = 0; i < pieces.size(); ++i) {
+            vectors[i] = {pieces[i].to, pieces[i].size};
+            wanted += pieces[i].size;
+        }
+        const ssize_t step = preadv(descriptor, vectors.data(), static_cast<int>(pieces.size()), offset);
+        if (step > 0) got = static_cast<std::size_t>(step);
+        if (got == wanted || step == 0) return true;
+        // The plain form takes it from here, and tells what is wrong.
+    }
+    std::size_t before = 0; // bytes of the pieces up to this one
+    for (const Piece& piece : pieces) {
+        if (before + piece.size > got) {
+            const std::size_t have = got - before;
+            std::size_t more = 0;
+            const bool good = readAt(file, offset + static_cast<std::int64_t>(got),
+                                     static_cast<char*>(piece.to) + have, piece.size - have, more);
+            got += more;
+            if (!good) return false;
+            if (have + more < piece.size) return true;
+        }
+        before += piece.size;
     }
     return true;
 }

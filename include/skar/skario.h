@@ -12,9 +12,11 @@
 #include <skar/paths.h>
 #include <skar/platform.h>
 #include <skar/processeddepths.h>
+#include <skar/processedsidescan.h>
 #include <skar/sensor.h>
 #include <skar/sensorparameters.h>
 #include <skar/simplesensor.h>
+#include <skar/sidescan.h>
 #include <skar/slantrange.h>
 #include <skar/ssp.h>
 #include <skar/time.h>
