@@ -24,6 +24,7 @@ FormatTables tpeFormat();
 FormatTables sspFormat();
 FormatTables sensorParametersFormat();
 FormatTables eventMarkFormat();
+FormatTables sideScanFormat();
 FormatTables sssFormat();
 FormatTables sssProcFormat();
 

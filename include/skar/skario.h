@@ -6,6 +6,7 @@
 #include <skar/eventmark.h>
 #include <skar/export.h>
 #include <skar/log.h>
+#include <skar/multibeamsidescan.h>
 #include <skar/navigation.h>
 #include <skar/platform.h>
 #include <skar/observeddepths.h>
