@@ -14,7 +14,7 @@ function(skar_room)
     file(CREATE_LINK ${CMAKE_CURRENT_SOURCE_DIR} ${doorway}/${ROOM_NAME} SYMBOLIC)
     target_include_directories(skar_${ROOM_NAME} PUBLIC ${doorway} ${PROJECT_SOURCE_DIR}/include
                                                         ${PROJECT_BINARY_DIR}/include)
-    target_compile_definitions(skar_${ROOM_NAME} PRIVATE SKAR_BUILDING)
+    target_compile_definitions(skar_${ROOM_NAME} PRIVATE SKAR_BUILDING=1)
     # Exceptions name the source file they were thrown from: its path in the tree, not the builder's, which a
     # compiler cache may have made relative to the build folder.
     file(RELATIVE_PATH from_build ${CMAKE_BINARY_DIR} ${PROJECT_SOURCE_DIR})
