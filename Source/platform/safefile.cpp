@@ -2,7 +2,21 @@
 
 #include "platform/file.h"
 
+#include <cerrno>
+
 namespace skar::platform {
+
+namespace {
+
+// Somebody may keep a file of his own under the first name.
+std::wstring freeName(const std::wstring& path) {
+    std::wstring name = path + L".new";
+    for (int n = 2; n < 100 && pathAccessible(name.c_str()); ++n)
+        name = path + L".new" + std::to_wstring(n);
+    return name;
+}
+
+} // namespace
 
 SafeFile::SafeFile(const std::wstring& path) : path_(path) {
     const bool exists = pathAccessible(path.c_str());
@@ -11,29 +25,41 @@ SafeFile::SafeFile(const std::wstring& path) : path_(path) {
         std::FILE* probe = openFile(path.c_str(), "rb+");
         if (!probe) return;
         std::fclose(probe);
-        neighbour_ = path + L".new";
+        neighbour_ = freeName(path);
         stream_ = openFile(neighbour_.c_str(), "wb");
-        // Short of space or of files the old one must not be touched; a directory closed to new names is no reason to.
+        // Short of space or of files the old one must not be touched; a directory closed to new names is no
+        // reason to.
         if (stream_ || lastError() != errorAccessDenied) return;
         neighbour_.clear();
     }
     stream_ = openFile(path.c_str(), "wb");
+    made_ = !exists && stream_;
 }
 
 SafeFile::~SafeFile() {
     if (!stream_) return;
     std::fclose(stream_);
-    if (!neighbour_.empty()) removeFile(neighbour_.c_str());
+    removeUnfinished();
 }
 
 bool SafeFile::commit() {
     const bool written = std::fflush(stream_) == 0 && !std::ferror(stream_);
     const bool closed = std::fclose(stream_) == 0;
     stream_ = nullptr;
-    if (neighbour_.empty()) return written && closed;
-    if (written && closed && replaceFile(neighbour_.c_str(), path_.c_str())) return true;
-    removeFile(neighbour_.c_str());
+    if (written && closed && (neighbour_.empty() || replaceFile(neighbour_.c_str(), path_.c_str())))
+        return true;
+    const int error = errno;
+    removeUnfinished();
+    errno = error;
     return false;
+}
+
+void SafeFile::removeUnfinished() {
+    if (!neighbour_.empty()) {
+        removeFile(neighbour_.c_str());
+    } else if (made_) {
+        removeFile(path_.c_str());
+    }
 }
 
 } // namespace skar::platform

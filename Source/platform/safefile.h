@@ -21,8 +21,11 @@ public:
     bool commit();
 
 private:
+    void removeUnfinished();
+
     std::wstring path_;
     std::wstring neighbour_; // empty where the file itself is written
+    bool made_ = false;      // whether there was no file under the path before
     std::FILE* stream_ = nullptr;
 };
 
