@@ -100,6 +100,22 @@
     X(attributeMissing, 5000063, "the attribute was not found")                                              \
     X(attributeRecordRange, 5000064, "the record number of an attribute data file is out of range")          \
     X(attributeRecordSize, 5000081, "a record is larger than the largest record of its attribute file")      \
+    X(svpDepthPresent, 5016001, "the section has a value at that depth already")                             \
+    X(svpNoSectionForValue, 5016002, "there is no section of that time to add a value to")                   \
+    X(svpSectionRemoved, 5016003, "the section is removed")                                                  \
+    X(svpValueRemoved, 5016004, "the value is removed")                                                      \
+    X(svpSectionNotFound, 5016005, "there is no section of that time")                                       \
+    X(svpValueNotFound, 5016006, "there is no value at that depth")                                          \
+    X(svpTimePresent, 5016007, "there is a section of that time already")                                    \
+    X(svpNoSection, 5016008, "there is no section of that time to get or set")                               \
+    X(svpNoValidSection, 5016009, "the file holds no valid section, or a section header is bad")             \
+    X(svpOpen, 5016011, "the sound velocity file could not be opened")                                       \
+    X(svpNullArgument, 5016029, "the directory or the buffer is null")                                       \
+    X(smoothingNoFile, 5017100, "the file or directory of the smoothing coefficients is null or missing")    \
+    X(smoothingNoSensor, 5017101, "the name of the sensor is null")                                          \
+    X(registryNoRoot, 5028601, "the project registry has no root element")                                   \
+    X(registryWrongRoot, 5028602, "the file is not a project registry")                                      \
+    X(registryNoFileName, 5028603, "the project registry has no file name")                                  \
     X(withoutCode, 140054, "an exception that carries no code")
 
 #ifdef __cplusplus

@@ -5,6 +5,7 @@
 #include <skar/codes.h>
 #include <skar/eventmark.h>
 #include <skar/export.h>
+#include <skar/interpolation.h>
 #include <skar/log.h>
 #include <skar/multibeamsidescan.h>
 #include <skar/navigation.h>
@@ -19,6 +20,7 @@
 #include <skar/simplesensor.h>
 #include <skar/sidescan.h>
 #include <skar/slantrange.h>
+#include <skar/soundvelocity.h>
 #include <skar/ssp.h>
 #include <skar/time.h>
 #include <skar/tpe.h>
