@@ -1,136 +1,17 @@
 #include "families.h"
 
-#include "codetext.h"
+#include "access/access.h"
 #include "commands/command.h"
 
-#include <skar/log.h>
-#include <skar/paths.h>
-
-#include <boost/make_shared.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <set>
-#include <utility>
 
 namespace skar::tool {
 
 namespace {
-
-class Silence : public SKAR::DebugLogger {
-public:
-    boost::shared_ptr<SKAR::DebugLogger> clone() const override { return boost::make_shared<Silence>(); }
-    bool passes(SKAR::DebugLogOutputLevel) const override { return false; }
-
-protected:
-    void write(const SKAR::Temporary::String&) override {}
-};
-
-void takeName(wchar_t* name, std::string& text) {
-    text = name != nullptr ? narrowText(name) : std::string();
-    SKARIO_free(name);
-}
-
-constexpr Access seriesAccess = {
-    .open =
-        [](const Family& family, const wchar_t* line, const wchar_t* token, std::uint32_t* code) {
-            const std::uint32_t valueCoding = family.coding == Coding::fine ? 1 : 0;
-            return SimpleSensorOpen(line, token, family.id, valueCoding, code);
-        },
-    .close = SimpleSensorClose,
-    .summary =
-        [](_TELD_Sensor* set, Summary& to) {
-            return SimpleSensorSummary(set, &to.segments, &to.records, &to.time.min, &to.time.max,
-                                       &to.extents[0].min, &to.extents[0].max, &to.status);
-        },
-    .segment =
-        [](_TELD_Sensor* set, std::uint32_t number, Segment& to) {
-            wchar_t* name = nullptr;
-            const int code =
-                SimpleSensorLineSegment(set, number, &name, &to.begin, &to.end, &to.time.min, &to.time.max,
-                                        &to.extents[0].min, &to.extents[0].max, &to.status);
-            takeName(name, to.source);
-            return code;
-        },
-    .read = [](_TELD_Sensor* set, std::uint32_t number,
-               Record& to) { return SimpleSensorRead(set, number, &to.time, &to.values[0], &to.status); },
-    .begin = SimpleSensorBgnSeqWriteSummary,
-    .beginSegment = SimpleSensorBgnSeqWriteLineSegment,
-    .write =
-        [](_TELD_Sensor* set, const Record& record) {
-            return SimpleSensorSeqWrite(set, record.time, record.values[0], record.status);
-        },
-    .endSegment = SimpleSensorEndSeqWriteLineSegment,
-    .end = SimpleSensorEndSeqWriteSummary,
-};
-
-// The functions of the ship's track; those of the towfish have the same form under other names.
-struct ShipTrack {
-    static constexpr auto open = NavigationOpenDir;
-    static constexpr auto close = NavigationClose;
-    static constexpr auto summary = NavigationSummary;
-    static constexpr auto segment = NavigationLineSegment;
-    static constexpr auto read = NavigationRead;
-    static constexpr auto begin = NavigationBgnSeqWriteSummary;
-    static constexpr auto beginSegment = NavigationBgnSeqWriteLineSegment;
-    static constexpr auto write = NavigationSeqWrite;
-    static constexpr auto endSegment = NavigationEndSeqWriteLineSegment;
-    static constexpr auto end = NavigationEndSeqWriteSummary;
-};
-struct ReprocessedTrack : ShipTrack {
-    static constexpr auto open = NavigationNewOpenDir;
-};
-struct TowfishTrack {
-    static constexpr auto open = SSSNavigationOpenDir;
-    static constexpr auto close = SSSNavigationClose;
-    static constexpr auto summary = SSSNavigationSummary;
-    static constexpr auto segment = SSSNavigationLineSegment;
-    static constexpr auto read = SSSNavigationRead;
-    static constexpr auto begin = SSSNavigationBgnSeqWriteSummary;
-    static constexpr auto beginSegment = SSSNavigationBgnSeqWriteLineSegment;
-    static constexpr auto write = SSSNavigationSeqWrite;
-    static constexpr auto endSegment = SSSNavigationEndSeqWriteLineSegment;
-    static constexpr auto end = SSSNavigationEndSeqWriteSummary;
-};
-
-constexpr std::uint32_t geographic = 1;
-
-template <class Track>
-constexpr Access trackAccess = {
-    .open = [](const Family&, const wchar_t* line, const wchar_t* token,
-               std::uint32_t* code) { return Track::open(line, token, code); },
-    .close = Track::close,
-    .summary =
-        [](_TELD_Sensor* set, Summary& to) {
-            return Track::summary(set, &to.segments, &to.records, nullptr, &to.time.min, &to.time.max,
-                                  &to.extents[0].min, &to.extents[0].max, &to.extents[1].min,
-                                  &to.extents[1].max, &to.status);
-        },
-    .segment =
-        [](_TELD_Sensor* set, std::uint32_t number, Segment& to) {
-            wchar_t* name = nullptr;
-            const int code = Track::segment(set, number, &name, &to.begin, &to.end, &to.time.min,
-                                            &to.time.max, &to.extents[0].min, &to.extents[0].max,
-                                            &to.extents[1].min, &to.extents[1].max, &to.status);
-            takeName(name, to.source);
-            return code;
-        },
-    .read =
-        [](_TELD_Sensor* set, std::uint32_t number, Record& to) {
-            return Track::read(set, number, &to.time, &to.values[0], &to.values[1], &to.values[2],
-                               &to.status);
-        },
-    .begin = [](_TELD_Sensor* set) { return Track::begin(set, geographic); },
-    .beginSegment = Track::beginSegment,
-    .write =
-        [](_TELD_Sensor* set, const Record& record) {
-            return Track::write(set, record.time, record.values[0], record.values[1], record.values[2],
-                                record.status);
-        },
-    .endSegment = Track::endSegment,
-    .end = Track::end,
-};
 
 constexpr const char* asRecorded = "zero and sign as its source recorded it";
 
@@ -149,19 +30,107 @@ constexpr Quantity position[] = {{"latitude", "rad", "north positive"},
                                  {"longitude", "rad", "east positive"},
                                  {"auxiliary", "", "as its source recorded it"}};
 
+constexpr Quantity soundSpeed[] = {{"value1", "m/s", "speed of sound at the transducer"},
+                                   {"value2", "", asRecorded}};
+constexpr Quantity eventMark[] = {{"number", "", "of the mark"}, {"text", "", "of the mark", true}};
+constexpr const char* sonarsOwn = "as the documentation of the sonar has it";
+constexpr Quantity sonarSettings[] = {
+    {"param1", "", sonarsOwn},  {"param2", "", sonarsOwn},  {"param3", "", sonarsOwn},
+    {"param4", "", sonarsOwn},  {"param5", "", sonarsOwn},  {"param6", "", sonarsOwn},
+    {"param7", "", sonarsOwn},  {"param8", "", sonarsOwn},  {"param9", "", sonarsOwn},
+    {"param10", "", sonarsOwn}, {"param11", "", sonarsOwn}, {"param12", "", sonarsOwn},
+    {"param13", "", sonarsOwn}, {"param14", "", sonarsOwn}, {"param15", "", sonarsOwn},
+    {"param16", "", sonarsOwn}, {"param17", "", sonarsOwn}, {"param18", "", sonarsOwn},
+    {"param19", "", sonarsOwn}, {"param20", "", sonarsOwn}, {"param21", "", sonarsOwn},
+    {"param22", "", sonarsOwn}, {"param23", "", sonarsOwn}, {"param24", "", sonarsOwn},
+    {"param25", "", sonarsOwn}};
+
+constexpr const char* north = "north positive";
+constexpr const char* east = "east positive";
+constexpr Quantity ping[] = {{"latitude", "rad", north}, {"longitude", "rad", east}};
+constexpr const char* olderFilesOnly = "as its source recorded it; files of older versions only";
+constexpr Quantity processedPing[] = {
+    {"latitude", "rad", north},        {"longitude", "rad", east},        {"min_latitude", "rad", north},
+    {"max_latitude", "rad", north},    {"min_longitude", "rad", east},    {"max_longitude", "rad", east},
+    {"angle1", "rad", olderFilesOnly}, {"length1", "m", olderFilesOnly},  {"angle2", "rad", olderFilesOnly},
+    {"angle3", "rad", olderFilesOnly}, {"length2", "m", asRecorded},      {"length3", "m", olderFilesOnly},
+    {"angle4", "rad", olderFilesOnly}, {"angle5", "rad", olderFilesOnly},
+};
+constexpr Quantity uncertaintyPing[] = {{"tag", "", asRecorded}};
+constexpr const char* acrossTrack = "across track, to starboard positive";
+constexpr const char* alongTrack = "along track, forward positive";
+constexpr const char* downward = "depth, down positive";
+constexpr Quantity observedBeam[] = {
+    {"y", "m", acrossTrack}, {"x", "m", alongTrack}, {"z", "m", downward}, {"extra", "m", olderFilesOnly}};
+constexpr Quantity processedBeam[] = {{"depth", "m", downward},   {"latitude", "rad", north},
+                                      {"longitude", "rad", east}, {"y", "m", olderFilesOnly},
+                                      {"x", "m", olderFilesOnly}, {"extra", "m", olderFilesOnly}};
+constexpr Quantity rangeBeam[] = {{"range", "m", "from the transducer"},
+                                  {"travel", "", "as its source recorded it, steps of 1e-6"},
+                                  {"angle1", "", "as its source recorded it, steps of 1e-4"},
+                                  {"angle2", "", "as its source recorded it, steps of 1e-4"}};
+constexpr Quantity uncertainty[] = {{"tpe1", "", "as its source estimated it, steps of 0.001"},
+                                    {"tpe2", "", "as its source estimated it, steps of 0.001"}};
+constexpr Quantity processedExtents[] = {
+    {"depth", "m", downward}, {"latitude", "rad", north}, {"longitude", "rad", east}};
+
 constexpr Family series(const char* name, std::uint32_t id, Coding coding, const char* about,
                         std::span<const Quantity> quantity) {
-    return {name, id, id, coding, about, quantity, 1, &seriesAccess};
+    return {.name = name,
+            .about = about,
+            .kind = &sensorKind,
+            .quantities = quantity,
+            .items = {},
+            .extents = quantity,
+            .numSegmentExtents = 1,
+            .id = id,
+            .storedType = id,
+            .coding = coding,
+            .access = &seriesAccess};
+}
+
+// A sensor with functions of its own.
+constexpr Family sensor(const char* name, std::uint32_t id, std::uint32_t storedType, const char* about,
+                        const Access& access, std::span<const Quantity> quantities,
+                        std::span<const Quantity> extents) {
+    return {.name = name,
+            .about = about,
+            .kind = &sensorKind,
+            .quantities = quantities,
+            .items = {},
+            .extents = extents,
+            .numSegmentExtents = extents.size(),
+            .id = id,
+            .storedType = storedType,
+            .access = &access};
 }
 
 constexpr Family track(const char* name, std::uint32_t id, std::uint32_t storedType, const char* about,
                        const Access& access) {
-    return {name, id, storedType, Coding::position, about, position, 2, &access};
+    return sensor(name, id, storedType, about, access, position, std::span(position).first(2));
 }
 
+constexpr Family unchecked(Family family) {
+    family.kind = &uncheckedSensorKind;
+    return family;
+}
+
+constexpr Family pings(Family family, std::span<const Quantity> beam) {
+    family.kind = &uncheckedSensorKind;
+    family.items = {"ping", "beam", beam};
+    return family;
+}
+
+constexpr Family withSegmentExtents(Family family, std::size_t count) {
+    family.numSegmentExtents = count;
+    return family;
+}
+
+constexpr auto depthExtent = std::span(processedExtents).first(1);
+
 constexpr Family table[] = {
-    track("Navigation", 3, 3, "track of the ship", trackAccess<ShipTrack>),
-    track("NavigationNew", 76, 3, "reprocessed track of the ship", trackAccess<ReprocessedTrack>),
+    track("Navigation", 3, 3, "track of the ship", shipTrackAccess),
+    track("NavigationNew", 76, 3, "reprocessed track of the ship", reprocessedTrackAccess),
     series("Gyro", 1, Coding::fine, "heading of the ship", heading),
     series("Heave", 2, Coding::millis, "vertical motion of the ship", heave),
     series("TrueHeave", 55, Coding::millis, "delayed heave of the motion sensor", heave),
@@ -172,11 +141,28 @@ constexpr Family table[] = {
     series("GPSHeight", 47, Coding::millis, "height of the antenna", height),
     series("DeltaDraft", 45, Coding::millis, "change of draft", draft),
     series("SOW", 46, Coding::millis, "speed over water", speed),
-    track("SSSNavigation", 12, 12, "track of the towfish", trackAccess<TowfishTrack>),
+    track("SSSNavigation", 12, 12, "track of the towfish", towfishTrackAccess),
     series("SSSGyro", 11, Coding::fine, "heading of the towfish", heading),
     series("SSSCableOut", 40, Coding::millis, "cable of the towfish", cable),
     series("SSSSensorHeight", 41, Coding::millis, "height of the towfish", altitude),
     series("SSSSensorDepth", 42, Coding::millis, "depth of the towfish", depth),
+    pings(sensor("ObservedDepths", 4, 4, "depths as recorded", observedDepthsAccess, ping, depthExtent),
+          observedBeam),
+    pings(sensor("ObservedDepthsNew", 53, 4, "depths recomputed", newObservedDepthsAccess, ping, depthExtent),
+          observedBeam),
+    pings(sensor("ProcessedDepths", 0, 0, "depths after merging", processedDepthsAccess, processedPing,
+                 processedExtents),
+          processedBeam),
+    pings(sensor("SLRange", 30, 30, "ranges and angles as measured", slantRangeAccess, ping, {}), rangeBeam),
+    withSegmentExtents(pings(sensor("TPE", 52, 52, "uncertainty of the depths", uncertaintyAccess,
+                                    uncertaintyPing, uncertainty),
+                             uncertainty),
+                       0),
+    unchecked(sensor("SSP", 54, 54, "speed of sound", soundSpeedAccess, soundSpeed,
+                     std::span(soundSpeed).first(1))),
+    unchecked(
+        sensor("SensorParameters", 57, 57, "settings of the sonar", sonarSettingsAccess, sonarSettings, {})),
+    unchecked(sensor("EventMark", 32, 32, "notes", eventMarkAccess, eventMark, {})),
 };
 
 bool sameName(std::string_view a, std::string_view b) {
@@ -202,8 +188,8 @@ const char* codingText(Coding coding) {
         return "steps of 0.001";
     case Coding::fine:
         return "steps of 1e-7";
-    case Coding::position:
-        return "position, steps of 1e-9 around a reference";
+    case Coding::byQuantity:
+        return "by quantity";
     }
     return "";
 }
@@ -211,8 +197,8 @@ const char* codingText(Coding coding) {
 std::vector<std::string> otherFiles(const LinePath& line, std::span<const Family* const> known) {
     std::set<std::string> names;
     for (const Family* family : known) {
-        for (const char* suffix : setSuffixes)
-            names.insert(std::string(family->name) + suffix);
+        for (std::string& name : family->kind->files(*family))
+            names.insert(std::move(name));
     }
     std::vector<std::string> others;
     std::error_code error;
@@ -228,70 +214,7 @@ std::vector<std::string> otherFiles(const LinePath& line, std::span<const Family
 
 bool isPresent(const LinePath& line, const Family& family) {
     std::error_code ignored;
-    return std::filesystem::exists(line.native / family.name, ignored);
-}
-
-OpenSet::OpenSet(const LinePath& line, const Family& family, const wchar_t* token)
-    : family_(family), file_((line.native / family.name).string()) {
-    startLibrary();
-    std::uint32_t code = 0;
-    set_ = family.access->open(family, line.store.c_str(), token, &code);
-    if (set_ == nullptr)
-        throw ToolError(fmt::format("{}: cannot be opened: {}", file_, codeText(static_cast<int>(code))));
-}
-
-OpenSet::~OpenSet() {
-    if (set_ != nullptr) family_.access->close(set_);
-}
-
-void OpenSet::test(int code, const char* step, std::uint32_t record) {
-    if (code == 0) return;
-    const std::string where = record != 0 ? fmt::format(" record {}", record) : std::string();
-    throw ToolError(fmt::format("{}: {}{} failed: {}", file_, step, where, codeText(code)));
-}
-
-Summary OpenSet::summary() {
-    Summary summary;
-    test(family_.access->summary(set_, summary), "reading the summary");
-    return summary;
-}
-
-Segment OpenSet::segment(std::uint32_t number) {
-    Segment segment;
-    test(family_.access->segment(set_, number, segment), "reading a line segment");
-    return segment;
-}
-
-void OpenSet::read(std::uint32_t number, Record& record) {
-    if (const int code = family_.access->read(set_, number, record); code != 0) test(code, "reading", number);
-}
-
-void OpenSet::begin() {
-    test(family_.access->begin(set_), "beginning the set");
-}
-
-void OpenSet::beginSegment(const std::string& source) {
-    test(family_.access->beginSegment(set_, wideText(source).c_str()), "beginning a line segment");
-}
-
-void OpenSet::write(const Record& record) {
-    ++written_;
-    if (const int code = family_.access->write(set_, record); code != 0) test(code, "writing", written_);
-}
-
-void OpenSet::endSegment() {
-    test(family_.access->endSegment(set_, 0), "ending a line segment");
-}
-
-void OpenSet::finish() {
-    test(family_.access->end(set_, 0), "ending the set");
-    test(family_.access->close(std::exchange(set_, nullptr)), "closing");
-}
-
-void startLibrary() {
-    // The library's log would mix with the data on standard output; what it says also arrives as a code.
-    static const int code = (SKAR::setDebugLogger(Silence()), SKARIO_Init(0));
-    if (code != 0) throw ToolError("the library cannot be started: " + codeText(code));
+    return std::filesystem::exists(line.native / family.kind->files(family).front(), ignored);
 }
 
 } // namespace skar::tool

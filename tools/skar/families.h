@@ -2,10 +2,9 @@
 
 #include "linepath.h"
 
-#include <skar/skario.h>
-
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -18,6 +17,7 @@ struct Quantity {
     const char* name;
     const char* unit;
     const char* convention; // zero and sign
+    bool isText = false;
 
     bool isAngle() const { return std::string_view(unit) == "rad"; }
 };
@@ -27,14 +27,22 @@ struct Extent {
     double max = 0.0;
 };
 
-inline constexpr std::size_t maxQuantities = 3;
+inline constexpr std::size_t maxExtents = 3;
+
+// A number of the summary that is neither count nor extent.
+struct Setting {
+    const char* name;
+    std::uint32_t value;
+};
 
 struct Summary {
     std::uint32_t segments = 0;
     std::uint32_t records = 0;
+    std::uint64_t items = 0; // over all records
     std::uint32_t status = 0;
     Extent time;
-    std::array<Extent, maxQuantities> extents{};
+    std::array<Extent, maxExtents> extents{};
+    std::vector<Setting> settings;
 };
 
 struct Segment {
@@ -43,48 +51,86 @@ struct Segment {
     std::uint32_t end = 0;
     std::uint32_t status = 0;
     Extent time;
-    std::array<Extent, maxQuantities> extents{};
+    std::array<Extent, maxExtents> extents{};
 
     bool hasRecords() const { return begin >= 1 && begin <= end; }
 };
 
+inline constexpr std::size_t maxQuantities = 26;
+
+// A record, or an item of one. A value that the file does not have is no number.
 struct Record {
     double time = 0.0;
     std::array<double, maxQuantities> values{};
     std::uint32_t status = 0;
+    std::vector<std::string> texts = {}; // at the places of the quantities that are texts
+    // Of a record that has items.
+    std::uint32_t firstItem = 1;
+    std::uint32_t numItems = 0;
 };
 
 struct Family;
+class Progress;
+namespace check {
+class Report;
+struct SetResult;
+struct Formats;
+} // namespace check
 
-// The library's functions for a group of families, in one form. All return 0 or a code of the library.
-struct Access {
-    _TELD_Sensor* (*open)(const Family& family, const wchar_t* line, const wchar_t* token,
-                          std::uint32_t* code);
-    int (*close)(_TELD_Sensor* set);
-    int (*summary)(_TELD_Sensor* set, Summary& summary);
-    int (*segment)(_TELD_Sensor* set, std::uint32_t number, Segment& segment);
-    int (*read)(_TELD_Sensor* set, std::uint32_t number, Record& record);
-    int (*begin)(_TELD_Sensor* set);
-    int (*beginSegment)(_TELD_Sensor* set, const wchar_t* source);
-    int (*write)(_TELD_Sensor* set, const Record& record);
-    int (*endSegment)(_TELD_Sensor* set, std::uint32_t status);
-    int (*end)(_TELD_Sensor* set, std::uint32_t status);
+// A family's data of one line, open for reading. Every failure is a ToolError that names file and cause.
+class Reader {
+public:
+    virtual ~Reader() = default;
+    virtual std::uint32_t version() const = 0;
+    virtual Summary summary() = 0;
+    virtual Segment segment(std::uint32_t number) = 0;
+    // Records count from 1.
+    virtual void read(std::uint32_t number, Record& record) = 0;
+    // The next item of the record that was read last; its items come in order.
+    virtual void readItem(Record& item) = 0;
 };
 
-// How the values of a record are coded; it decides the layout of the files.
-enum class Coding { millis, fine, position };
+// What the commands do with a family, whatever keeps its data. A kind serves many families.
+struct Kind {
+    // Names of the family's files in a line. It is present when the first one is there.
+    std::vector<std::string> (*files)(const Family& family);
+    std::unique_ptr<Reader> (*open)(const LinePath& line, const Family& family);
+    // Null where nothing checks the files; they are listed as not checked.
+    check::SetResult (*check)(const LinePath& line, const Family& family, check::Report& report,
+                              Progress& progress);
+};
 
-// A sensor that the commands know. One more time series is one more row of the table.
+// What the items of a record are: the beams of a ping.
+struct Items {
+    const char* record = "record";
+    const char* item = nullptr;
+    std::span<const Quantity> quantities = {};
+};
+
+// How values are coded: one coding for a series, else by quantity.
+enum class Coding { millis, fine, byQuantity };
+
+// A sensor of the store in a group that shares its functions.
+struct Access;
+
+// What a line can hold and the commands know. One more family is one more row of the table.
 struct Family {
     const char* name; // of the data file and on the command line
-    std::uint32_t id;
-    std::uint32_t storedType; // sensor type in the validation records
-    Coding coding;
     const char* about;
-    std::span<const Quantity> quantities;
-    std::size_t
-        numExtents; // how many of the quantities, from the first, have extents in summary and segments
-    const Access* access;
+    const Kind* kind;
+    std::span<const Quantity> quantities; // of a record
+    Items items;
+    std::span<const Quantity> extents; // in the summary
+    std::size_t numSegmentExtents;     // how many of them, from the first, a segment has
+
+    // Of the sensors of the store.
+    std::uint32_t id = 0;
+    std::uint32_t storedType = 0; // sensor type in the validation records
+    Coding coding = Coding::byQuantity;
+    const Access* access = nullptr;
+    const check::Formats* formats = nullptr; // of their files
+
+    bool hasItems() const { return items.item != nullptr; }
 };
 
 std::span<const Family> families();
@@ -94,48 +140,10 @@ const Family* findFamily(std::string_view name);
 
 const char* codingText(Coding coding);
 
-// A sensor's data file is named after it; the names of its side files end so.
-inline constexpr const char* segmentsSuffix = "LineSegments";
-inline constexpr const char* indexSuffix = "TmIdx";
-inline constexpr const char* setSuffixes[] = {"", segmentsSuffix, indexSuffix};
-
-// The files of the line that belong to none of these families' sets, sorted.
+// The files of the line that belong to none of these families, sorted.
 std::vector<std::string> otherFiles(const LinePath& line, std::span<const Family* const> known);
 
-// Whether the data file of the sensor is in the line.
+// Whether the data of the family is in the line.
 bool isPresent(const LinePath& line, const Family& family);
-
-// An open sensor of a line. Every failure is a ToolError that names the file and the library's code.
-class OpenSet {
-public:
-    // token: "query", "update" or "create".
-    OpenSet(const LinePath& line, const Family& family, const wchar_t* token);
-    ~OpenSet();
-    OpenSet(const OpenSet&) = delete;
-    OpenSet& operator=(const OpenSet&) = delete;
-
-    std::uint32_t version() const { return set_->version; }
-    Summary summary();
-    Segment segment(std::uint32_t number);
-    void read(std::uint32_t number, Record& record);
-
-    void begin();
-    void beginSegment(const std::string& source);
-    void write(const Record& record);
-    void endSegment();
-    // Ends the writing. Only after it has returned are the files whole.
-    void finish();
-
-private:
-    void test(int code, const char* step, std::uint32_t record = 0);
-
-    const Family& family_;
-    std::string file_;
-    _TELD_Sensor* set_;
-    std::uint32_t written_ = 0;
-};
-
-// Readies the library once; a ToolError when it cannot.
-void startLibrary();
 
 } // namespace skar::tool

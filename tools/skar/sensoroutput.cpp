@@ -1,6 +1,7 @@
 #include "sensoroutput.h"
 
 #include "commands/command.h"
+#include "openset.h"
 
 #include <fmt/format.h>
 

@@ -104,7 +104,7 @@ inline constexpr Layout seriesLayout = {seriesSummary, seriesRecord, seriesExten
 inline constexpr Layout trackLayout = {trackSummary, trackRecord, trackExtents};
 
 inline const Layout& layoutOf(const Family& family) {
-    return family.coding == Coding::position ? trackLayout : seriesLayout;
+    return family.coding == Coding::byQuantity ? trackLayout : seriesLayout;
 }
 
 } // namespace skar::tool::check

@@ -4,6 +4,7 @@
 #include "check/segments.h"
 #include "check/timeindex.h"
 #include "check/wordfile.h"
+#include "openset.h"
 
 #include <fmt/format.h>
 
@@ -391,15 +392,6 @@ private:
 };
 
 } // namespace
-
-bool hasAnyFile(const LinePath& line, const Family& family) {
-    for (const char* suffix : setSuffixes) {
-        std::error_code ignored;
-        if (fs::exists(fs::symlink_status(line.native / (std::string(family.name) + suffix), ignored)))
-            return true;
-    }
-    return false;
-}
 
 SetResult checkSet(const LinePath& line, const Family& family, Report& report, Progress& progress) {
     report.enterSensor(family.name);

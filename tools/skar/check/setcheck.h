@@ -11,9 +11,6 @@ struct SetResult {
     std::uint64_t segments = 0;
 };
 
-// Whether any file of the sensor's set is in the line.
-bool hasAnyFile(const LinePath& line, const Family& family);
-
 // Holds the three files of a sensor against each other and against what the format asks of each.
 SetResult checkSet(const LinePath& line, const Family& family, Report& report, Progress& progress);
 

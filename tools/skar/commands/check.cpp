@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <filesystem>
 #include <vector>
 
 namespace skar::tool {
@@ -84,16 +86,23 @@ Json toJson(const LinePath& line, const std::vector<Checked>& sets, const check:
     return json;
 }
 
+bool hasAnyFile(const LinePath& line, const Family& family) {
+    return std::ranges::any_of(family.kind->files(family), [&](const std::string& name) {
+        std::error_code ignored;
+        return std::filesystem::exists(std::filesystem::symlink_status(line.native / name, ignored));
+    });
+}
+
 int run(const Options& options, const Common& common) {
     const LinePath line = existingLine(options.line);
     check::Report report(options.limit);
     std::vector<Checked> sets;
     for (const Family& family : families()) {
-        if (!check::hasAnyFile(line, family)) continue;
+        if (family.kind->check == nullptr || !hasAnyFile(line, family)) continue;
         Progress progress(common, 100);
         progress.setLabel(fmt::format("checking {}", family.name));
         Checked set{&family, {}, report.errors(), report.warnings()};
-        set.result = check::checkSet(line, family, report, progress);
+        set.result = family.kind->check(line, family, report, progress);
         set.errors = report.errors() - set.errors;
         set.warnings = report.warnings() - set.warnings;
         sets.push_back(set);

@@ -26,9 +26,10 @@ struct Options {
 // What only reading every record can tell.
 struct Scan {
     Extent time;
-    std::vector<Extent> values;  // of each quantity
+    std::vector<Extent> values;  // of each quantity, then of those of the items
     std::uint32_t backwards = 0; // records with a time before that of the one ahead of them
-    std::uint32_t marked = 0;    // records with a status other than 0
+    std::uint64_t marked = 0;    // records with a status other than 0
+    std::uint64_t markedItems = 0;
     double largestStep = 0.0;
     double meanStep = 0.0;
 };
@@ -50,17 +51,36 @@ void widen(Extent& extent, double value) {
     extent.max = std::max(extent.max, value);
 }
 
-Scan readAll(OpenSet& set, const Family& family, std::uint32_t records, Progress& progress) {
-    Scan scan{nothing, std::vector<Extent>(family.quantities.size(), nothing)};
+std::vector<const Quantity*> allQuantities(const Family& family) {
+    std::vector<const Quantity*> all;
+    for (const auto& quantities : {family.quantities, family.items.quantities}) {
+        for (const Quantity& quantity : quantities)
+            all.push_back(&quantity);
+    }
+    return all;
+}
+
+Scan readAll(Reader& set, const Family& family, std::uint32_t records, Progress& progress) {
+    Scan scan{nothing, std::vector<Extent>(allQuantities(family).size(), nothing)};
     Record record;
+    Record item;
+    const std::size_t own = family.quantities.size();
     double first = 0.0;
     double previous = 0.0;
     for (std::uint32_t number = 1; number <= records; ++number) {
         set.read(number, record);
         widen(scan.time, record.time);
-        for (std::size_t i = 0; i < scan.values.size(); ++i)
-            widen(scan.values[i], record.values[i]);
+        for (std::size_t i = 0; i < own; ++i) {
+            if (!family.quantities[i].isText) widen(scan.values[i], record.values[i]);
+        }
         if (record.status != 0) ++scan.marked;
+        for (std::uint32_t beam = 0; beam < record.numItems; ++beam) {
+            set.readItem(item);
+            widen(scan.time, item.time);
+            for (std::size_t i = own; i < scan.values.size(); ++i)
+                widen(scan.values[i], item.values[i - own]);
+            if (item.status != 0) ++scan.markedItems;
+        }
         if (number == 1) {
             first = record.time;
         } else {
@@ -68,7 +88,7 @@ Scan readAll(OpenSet& set, const Family& family, std::uint32_t records, Progress
             scan.largestStep = std::max(scan.largestStep, record.time - previous);
         }
         previous = record.time;
-        if (number % 65536 == 0) progress.show(number);
+        if (number % (family.hasItems() ? 64 : 65536) == 0) progress.show(number);
     }
     if (records > 1) scan.meanStep = (previous - first) / (records - 1.0);
     return scan;
@@ -78,15 +98,15 @@ SensorInfo inspect(const LinePath& line, const Family& family, bool full, const 
     SensorInfo info;
     info.family = &family;
     try {
-        OpenSet set(line, family, L"query");
-        info.version = set.version();
-        info.summary = set.summary();
+        const std::unique_ptr<Reader> set = family.kind->open(line, family);
+        info.version = set->version();
+        info.summary = set->summary();
         for (std::uint32_t i = 1; i <= info.summary.segments; ++i)
-            info.segments.push_back(set.segment(i));
+            info.segments.push_back(set->segment(i));
         if (full) {
             Progress progress(common, info.summary.records);
             progress.setLabel(fmt::format("reading {}", family.name));
-            info.scan = readAll(set, family, info.summary.records, progress);
+            info.scan = readAll(*set, family, info.summary.records, progress);
         }
     } catch (const ToolError& error) {
         info.failure = error.what();
@@ -116,10 +136,16 @@ bool hasExtents(const SensorInfo& sensor) {
     return sensor.summary.records > 0;
 }
 
+std::string itemsText(const SensorInfo& sensor) {
+    if (!sensor.family->hasItems()) return "";
+    return fmt::format("{} {}s", sensor.summary.items, sensor.family->items.item);
+}
+
 void printOverview(const std::vector<SensorInfo>& sensors) {
     UtcWriter utc;
     Table table({{"SENSOR"},
                  {"RECORDS", Align::right},
+                 {"ITEMS", Align::right},
                  {"SEGMENTS", Align::right},
                  {"VERSION", Align::right},
                  {"STATUS"},
@@ -133,10 +159,10 @@ void printOverview(const std::vector<SensorInfo>& sensors) {
         }
         const Summary& summary = sensor.summary;
         const bool any = hasExtents(sensor);
-        table.add({sensor.family->name, fmt::to_string(summary.records), fmt::to_string(summary.segments),
-                   fmt::to_string(sensor.version), fmt::format("0x{:08X}", summary.status),
-                   any ? utc.text(summary.time.min) : "-", any ? utc.text(summary.time.max) : "-",
-                   sensor.family->about});
+        table.add({sensor.family->name, fmt::to_string(summary.records), itemsText(sensor),
+                   fmt::to_string(summary.segments), fmt::to_string(sensor.version),
+                   fmt::format("0x{:08X}", summary.status), any ? utc.text(summary.time.min) : "-",
+                   any ? utc.text(summary.time.max) : "-", sensor.family->about});
     }
     table.print();
 }
@@ -158,15 +184,31 @@ void printExtents(const std::vector<SensorInfo>& sensors, bool full) {
         if (!sensor.failure.empty() || !hasExtents(sensor)) continue;
         const Extent& time = full ? sensor.scan->time : sensor.summary.time;
         table.add({sensor.family->name, "time", seconds(time.min), seconds(time.max), "s"});
-        const std::size_t count = full ? sensor.family->quantities.size() : sensor.family->numExtents;
-        for (std::size_t i = 0; i < count; ++i) {
-            addExtent(table, "", sensor.family->quantities[i],
-                      full ? sensor.scan->values[i] : sensor.summary.extents[i]);
+        if (full) {
+            const std::vector<const Quantity*> quantities = allQuantities(*sensor.family);
+            for (std::size_t i = 0; i < quantities.size(); ++i) {
+                if (sensor.scan->values[i].min <= sensor.scan->values[i].max)
+                    addExtent(table, "", *quantities[i], sensor.scan->values[i]);
+            }
+            continue;
         }
+        for (std::size_t i = 0; i < sensor.family->extents.size(); ++i)
+            addExtent(table, "", sensor.family->extents[i], sensor.summary.extents[i]);
     }
     if (table.empty()) return;
     fmt::print("\n{}; time is {}\n",
                full ? "Extents of the records as read" : "Extents as the summaries hold them", timeScale);
+    table.print();
+}
+
+void printSettings(const std::vector<SensorInfo>& sensors) {
+    Table table({{"SENSOR"}, {"SETTING"}, {"VALUE", Align::right}});
+    for (const SensorInfo& sensor : sensors) {
+        for (const Setting& setting : sensor.summary.settings)
+            table.add({sensor.family->name, setting.name, fmt::to_string(setting.value)});
+    }
+    if (table.empty()) return;
+    fmt::print("\nSettings, as their source numbers them\n");
     table.print();
 }
 
@@ -200,12 +242,14 @@ void printScans(const std::vector<SensorInfo>& sensors) {
                  {"MEAN STEP [s]", Align::right},
                  {"LARGEST STEP [s]", Align::right},
                  {"TIMES GOING BACK", Align::right},
-                 {"STATUS NOT 0", Align::right}});
+                 {"STATUS NOT 0", Align::right},
+                 {"OF ITEMS", Align::right}});
     for (const SensorInfo& sensor : sensors) {
         if (!sensor.scan) continue;
         table.add({sensor.family->name, fmt::format("{:.6f}", sensor.scan->meanStep),
                    seconds(sensor.scan->largestStep), fmt::to_string(sensor.scan->backwards),
-                   fmt::to_string(sensor.scan->marked)});
+                   fmt::to_string(sensor.scan->marked),
+                   sensor.family->hasItems() ? fmt::to_string(sensor.scan->markedItems) : ""});
     }
     if (table.empty()) return;
     fmt::print("\nEvery record read\n");
@@ -223,6 +267,7 @@ void printText(const LinePath& line, const std::vector<SensorInfo>& sensors,
         printOverview(sensors);
         printExtents(sensors, full);
         printScans(sensors);
+        printSettings(sensors);
         printSegments(sensors);
     }
     if (!others.empty()) {
@@ -249,10 +294,23 @@ Json timeJson(const Extent& time) {
             {"max", time.max}, {"minUtc", utc.text(time.min)}, {"maxUtc", utc.text(time.max)}};
 }
 
-Json extentsJson(const Family& family, std::span<const Extent> extents) {
+Json extentsJson(std::span<const Quantity> quantities, std::span<const Extent> extents) {
     Json json = Json::array();
-    for (std::size_t i = 0; i < extents.size(); ++i)
-        json.push_back(extentJson(family.quantities[i], extents[i]));
+    for (std::size_t i = 0; i < quantities.size(); ++i)
+        json.push_back(extentJson(quantities[i], extents[i]));
+    return json;
+}
+
+Json scanExtentsJson(const Family& family, const Scan& scan) {
+    Json json = Json::array();
+    const std::vector<const Quantity*> quantities = allQuantities(family);
+    for (std::size_t i = 0; i < quantities.size(); ++i) {
+        if (!(scan.values[i].min <= scan.values[i].max)) continue;
+        Json extent = extentJson(*quantities[i], scan.values[i]);
+        if (family.hasItems())
+            extent["of"] = i < family.quantities.size() ? family.items.record : family.items.item;
+        json.push_back(extent);
+    }
     return json;
 }
 
@@ -263,7 +321,7 @@ Json segmentJson(const Family& family, const Segment& segment) {
                  {"status", segment.status}};
     if (!segment.hasRecords()) return json;
     json["time"] = timeJson(segment.time);
-    json["extents"] = extentsJson(family, std::span(segment.extents).first(family.numExtents));
+    json["extents"] = extentsJson(family.extents.first(family.numSegmentExtents), segment.extents);
     return json;
 }
 
@@ -277,19 +335,23 @@ Json sensorJson(const SensorInfo& sensor) {
     json["coding"] = codingText(family.coding);
     json["version"] = sensor.version;
     json["records"] = sensor.summary.records;
+    if (family.hasItems()) json[fmt::format("{}s", family.items.item)] = sensor.summary.items;
     json["status"] = sensor.summary.status;
+    for (const Setting& setting : sensor.summary.settings)
+        json["settings"][setting.name] = setting.value;
     if (hasExtents(sensor)) {
         json["time"] = timeJson(sensor.summary.time);
-        json["extents"] = extentsJson(family, std::span(sensor.summary.extents).first(family.numExtents));
+        json["extents"] = extentsJson(family.extents, sensor.summary.extents);
     }
     json["segments"] = Json::array();
     for (const Segment& segment : sensor.segments)
         json["segments"].push_back(segmentJson(family, segment));
     if (sensor.scan && hasExtents(sensor)) {
         json["read"] = {
-            {"time", timeJson(sensor.scan->time)},      {"extents", extentsJson(family, sensor.scan->values)},
+            {"time", timeJson(sensor.scan->time)},      {"extents", scanExtentsJson(family, *sensor.scan)},
             {"meanStep", sensor.scan->meanStep},        {"largestStep", sensor.scan->largestStep},
             {"timesGoingBack", sensor.scan->backwards}, {"statusNotZero", sensor.scan->marked}};
+        if (family.hasItems()) json["read"]["itemStatusNotZero"] = sensor.scan->markedItems;
     }
     return json;
 }

@@ -2,6 +2,7 @@
 
 #include "commands/output.h"
 #include "families.h"
+#include "openset.h"
 #include "progress.h"
 #include "sensoroutput.h"
 #include "simulate/voyage.h"
@@ -88,15 +89,17 @@ Plan makePlan(const Options& options) {
     Plan plan;
     for (const std::string& name : options.sensors) {
         if (name == "all") {
-            for (const Family& family : families())
-                plan.sensors.push_back(&family);
+            for (const Family& family : families()) {
+                if (isSimulated(family)) plan.sensors.push_back(&family);
+            }
             continue;
         }
         const Family* const family = findFamily(name);
-        if (family == nullptr) {
+        if (family == nullptr || !isSimulated(*family)) {
             std::string known;
-            for (const Family& row : families())
-                known += fmt::format("{}{}", known.empty() ? "" : ", ", row.name);
+            for (const Family& row : families()) {
+                if (isSimulated(row)) known += fmt::format("{}{}", known.empty() ? "" : ", ", row.name);
+            }
             usage(fmt::format("--sensors {}: no such sensor; known are all, {}", printable(name), known));
         }
         plan.sensors.push_back(family);

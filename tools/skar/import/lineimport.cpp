@@ -2,6 +2,7 @@
 
 #include "commands/command.h"
 #include "families.h"
+#include "openset.h"
 
 #include <skar/time.h>
 

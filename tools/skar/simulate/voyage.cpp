@@ -164,14 +164,24 @@ const Row table[] = {
      }},
 };
 
-const Row& rowOf(const Family& family) {
+const Row* findRow(const Family& family) {
     for (const Row& row : table) {
-        if (row.name == family.name) return row;
+        if (row.name == family.name) return &row;
     }
-    throw std::logic_error("a sensor without simulation");
+    return nullptr;
+}
+
+const Row& rowOf(const Family& family) {
+    const Row* const row = findRow(family);
+    if (row == nullptr) throw std::logic_error("a sensor without simulation");
+    return *row;
 }
 
 } // namespace
+
+bool isSimulated(const Family& family) {
+    return findRow(family) != nullptr;
+}
 
 Pace paceOf(const Family& family) {
     return rowOf(family).pace;

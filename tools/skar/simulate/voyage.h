@@ -33,6 +33,9 @@ public:
     virtual void next(double time, Record& record) = 0;
 };
 
+// Whether there is a source for that family.
+bool isSimulated(const Family& family);
+
 enum class Pace { motion, position, slow };
 
 // How often a sensor of that family is sampled.
