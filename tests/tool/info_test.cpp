@@ -88,8 +88,8 @@ TEST_F(SkarInfo, OneUnreadableSensorDoesNotHideTheOthers) {
 TEST_F(SkarInfo, FilesThatAreNoSensorAreListed) {
     GyroWords().write(line);
     writeBytes(line / "TideTmIdx", {});
-    writeBytes(line / "ObservedDepths", {});
-    EXPECT_EQ(info()["otherFiles"], (Json{"ObservedDepths", "TideTmIdx"}));
+    writeBytes(line / "Aardvark", {});
+    EXPECT_EQ(info()["otherFiles"], (Json{"Aardvark", "TideTmIdx"}));
 }
 
 TEST_F(SkarInfo, AnEmptyLineHasNoSensors) {
