@@ -291,6 +291,7 @@ bool FileBackend::status(const std::string& path, FileStatus& status) {
     }
     status.directory = S_ISDIR(info.st_mode);
     status.size = info.st_size;
+    status.modified = std::int64_t{info.st_mtim.tv_sec} * 1000000000 + info.st_mtim.tv_nsec;
     status.device = info.st_dev;
     status.number = info.st_ino;
     return true;

@@ -50,6 +50,8 @@ std::wstring wideName(const std::string& native);
 struct FileStatus {
     bool directory = false;
     std::int64_t size = 0;
+    // When it was written last, in nanoseconds since 1970 as far as the file system keeps them.
+    std::int64_t modified = 0;
     // Two paths with equal device and number lead to one file.
     std::uint64_t device = 0;
     std::uint64_t number = 0;

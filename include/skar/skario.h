@@ -5,6 +5,7 @@
 #include <skar/codes.h>
 #include <skar/eventmark.h>
 #include <skar/export.h>
+#include <skar/installation.h>
 #include <skar/interpolation.h>
 #include <skar/log.h>
 #include <skar/multibeamsidescan.h>
@@ -20,6 +21,7 @@
 #include <skar/simplesensor.h>
 #include <skar/sidescan.h>
 #include <skar/slantrange.h>
+#include <skar/smoothing.h>
 #include <skar/soundvelocity.h>
 #include <skar/ssp.h>
 #include <skar/time.h>
@@ -28,8 +30,10 @@
 #include <skar/xml.h>
 
 #ifdef __cplusplus
+#include <skar/cstring.h>
 #include <skar/errors.h>
 #include <skar/files.h>
+#include <skar/project.h>
 #include <skar/sensortype.h>
 #include <skar/strings.h>
 #endif
