@@ -64,6 +64,21 @@ void writeBytes(const fs::path& file, const std::vector<std::uint8_t>& bytes) {
     stream.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 
+void writeGolden(const std::string& name, const fs::path& line) {
+    const fs::path source = fs::path(SKAR_SOURCE_DIR) / "tests/golden" / name;
+    for (const fs::directory_entry& entry : fs::directory_iterator(source)) {
+        if (entry.path().extension() != ".hex") continue;
+        std::vector<std::uint8_t> bytes;
+        for (const std::string& field : split(textOf(entry.path()), '\n')) {
+            if (field.starts_with('#')) continue;
+            const std::string digits = split(field, ' ').at(1);
+            for (std::size_t i = 0; i + 1 < digits.size(); i += 2)
+                bytes.push_back(static_cast<std::uint8_t>(std::stoul(digits.substr(i, 2), nullptr, 16)));
+        }
+        writeBytes(line / entry.path().stem(), bytes);
+    }
+}
+
 ToolTest::ToolTest() {
     std::string name = (fs::temp_directory_path() / "skar_tool_XXXXXX").string();
     if (mkdtemp(name.data()) == nullptr) throw std::runtime_error("no temporary folder");

@@ -27,6 +27,8 @@ Outcome runSkar(const std::string& arguments, const std::string& redirect = "");
 std::vector<std::string> split(const std::string& text, char separator);
 std::vector<std::uint8_t> bytesOf(const std::filesystem::path& file);
 void writeBytes(const std::filesystem::path& file, const std::vector<std::uint8_t>& bytes);
+// Puts the files of a case under tests/golden into a line.
+void writeGolden(const std::string& name, const std::filesystem::path& line);
 
 // A folder of its own for every test, with the path of a line in it.
 class ToolTest : public testing::Test {

@@ -141,7 +141,8 @@ public:
         auto to = std::back_inserter(out);
         fmt::format_to(to, FMT_COMPILE("{},"), number);
         if (items_) fmt::format_to(to, FMT_COMPILE("{},"), item);
-        fmt::format_to(to, FMT_COMPILE("{},"), record.time);
+        if (!std::isnan(record.time)) fmt::format_to(to, FMT_COMPILE("{}"), record.time);
+        out.push_back(',');
         utc_.append(out, record.time);
         if (showsCount()) fmt::format_to(to, FMT_COMPILE(",{},{}"), record.firstItem, record.numItems);
         for (std::size_t i = 0; i < quantities_.size(); ++i) {

@@ -46,6 +46,10 @@ struct SensorInfo {
 constexpr Extent nothing = {std::numeric_limits<double>::infinity(),
                             -std::numeric_limits<double>::infinity()};
 
+bool isKnown(const Extent& extent) {
+    return extent.min <= extent.max;
+}
+
 void widen(Extent& extent, double value) {
     extent.min = std::min(extent.min, value);
     extent.max = std::max(extent.max, value);
@@ -183,11 +187,12 @@ void printExtents(const std::vector<SensorInfo>& sensors, bool full) {
     for (const SensorInfo& sensor : sensors) {
         if (!sensor.failure.empty() || !hasExtents(sensor)) continue;
         const Extent& time = full ? sensor.scan->time : sensor.summary.time;
+        if (full && !isKnown(time)) continue;
         table.add({sensor.family->name, "time", seconds(time.min), seconds(time.max), "s"});
         if (full) {
             const std::vector<const Quantity*> quantities = allQuantities(*sensor.family);
             for (std::size_t i = 0; i < quantities.size(); ++i) {
-                if (sensor.scan->values[i].min <= sensor.scan->values[i].max)
+                if (isKnown(sensor.scan->values[i]))
                     addExtent(table, "", *quantities[i], sensor.scan->values[i]);
             }
             continue;
@@ -245,7 +250,7 @@ void printScans(const std::vector<SensorInfo>& sensors) {
                  {"STATUS NOT 0", Align::right},
                  {"OF ITEMS", Align::right}});
     for (const SensorInfo& sensor : sensors) {
-        if (!sensor.scan) continue;
+        if (!sensor.scan || (hasExtents(sensor) && !isKnown(sensor.scan->time))) continue;
         table.add({sensor.family->name, fmt::format("{:.6f}", sensor.scan->meanStep),
                    seconds(sensor.scan->largestStep), fmt::to_string(sensor.scan->backwards),
                    fmt::to_string(sensor.scan->marked),
@@ -305,7 +310,7 @@ Json scanExtentsJson(const Family& family, const Scan& scan) {
     Json json = Json::array();
     const std::vector<const Quantity*> quantities = allQuantities(family);
     for (std::size_t i = 0; i < quantities.size(); ++i) {
-        if (!(scan.values[i].min <= scan.values[i].max)) continue;
+        if (!isKnown(scan.values[i])) continue;
         Json extent = extentJson(*quantities[i], scan.values[i]);
         if (family.hasItems())
             extent["of"] = i < family.quantities.size() ? family.items.record : family.items.item;
@@ -346,7 +351,7 @@ Json sensorJson(const SensorInfo& sensor) {
     json["segments"] = Json::array();
     for (const Segment& segment : sensor.segments)
         json["segments"].push_back(segmentJson(family, segment));
-    if (sensor.scan && hasExtents(sensor)) {
+    if (sensor.scan && hasExtents(sensor) && isKnown(sensor.scan->time)) {
         json["read"] = {
             {"time", timeJson(sensor.scan->time)},      {"extents", scanExtentsJson(family, *sensor.scan)},
             {"meanStep", sensor.scan->meanStep},        {"largestStep", sensor.scan->largestStep},
