@@ -1,0 +1,52 @@
+#pragma once
+
+#include "import/kongsbergframes.h"
+
+#include <cstdint>
+#include <vector>
+
+// The swath datagrams of Kongsberg EM raw data. Units and signs are the file's own here.
+namespace skar::import {
+
+struct KongsbergDepths { // 'X', XYZ 88
+    struct Beam {
+        float z = 0.0F; // below the transmit transducer, metres
+        float y = 0.0F; // metres, positive to starboard
+        float x = 0.0F; // metres, positive forward
+        std::uint8_t detection = 0;
+        std::int8_t cleaning = 0;
+
+        bool valid() const { return (detection & 0x80U) == 0; }
+        bool cleanedOut() const { return cleaning < 0; }
+    };
+    std::uint16_t heading = 0;    // 0.01 degree
+    std::uint16_t soundSpeed = 0; // dm/s
+    float transducerDepth = 0.0F; // below the water line, heave included, metres
+    std::vector<Beam> beams;      // from port to starboard
+};
+
+struct KongsbergRanges { // 'N', raw range and angle 78
+    struct Sector {
+        std::int16_t tilt = 0; // 0.01 degree
+        float delay = 0.0F;    // seconds after the first sector
+    };
+    struct Beam {
+        std::int16_t angle = 0; // 0.01 degree; the sign depends on the mounting
+        std::uint8_t sector = 0;
+        std::uint8_t detection = 0;
+        float travelTime = 0.0F; // two ways, seconds
+        std::int8_t cleaning = 0;
+
+        bool valid() const { return (detection & 0x80U) == 0; }
+        bool cleanedOut() const { return cleaning < 0; }
+    };
+    std::uint16_t soundSpeed = 0; // dm/s
+    std::vector<Sector> sectors;
+    std::vector<Beam> beams;
+};
+
+// Each gives false when the datagram is too short for what it claims to hold.
+bool decode(const KongsbergFrame& frame, KongsbergDepths& depths);
+bool decode(const KongsbergFrame& frame, KongsbergRanges& ranges);
+
+} // namespace skar::import
