@@ -309,11 +309,11 @@ TEST(KongsbergDatagrams, ADateThatIsNoneIsCounted) {
 }
 
 TEST(KongsbergDatagrams, WhatIsNotCarriedOverIsCountedByItsName) {
-    RawBytes file = datagram('X', someDate, tenOClock, RawBytes().zeros(20));
-    file.add(datagram('X', someDate, tenOClock, RawBytes().zeros(20)));
+    RawBytes file = datagram('O', someDate, tenOClock, RawBytes().zeros(20));
+    file.add(datagram('O', someDate, tenOClock, RawBytes().zeros(20)));
     file.add(datagram('\x7E', someDate, tenOClock, RawBytes().zeros(3)));
     const RawData data = read(file);
-    EXPECT_EQ(leftOut(data, "XYZ 88"), 2U);
+    EXPECT_EQ(leftOut(data, "quality factor 79"), 2U);
     EXPECT_EQ(leftOut(data, "type 7Eh"), 1U);
 }
 

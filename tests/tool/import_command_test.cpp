@@ -105,15 +105,15 @@ TEST_F(SkarImport, EveryFileIsASegmentInOrderOfTime) {
 
 TEST_F(SkarImport, TheOutputStatesSignsTimesAndWhatStaysBehind) {
     RawBytes file = motionFile(tenOClock, 0);
-    file.add(datagram('X', someDate, tenOClock, RawBytes().zeros(20)));
+    file.add(datagram('O', someDate, tenOClock, RawBytes().zeros(20)));
     const fs::path path = raw("a.all", file);
     const Outcome text = importInto(path.string());
     EXPECT_NE(text.out.find("Heave is positive downwards"), std::string::npos) << text.out;
-    EXPECT_NE(text.out.find("1 x XYZ 88: datagram not carried over"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("1 x quality factor 79: datagram not carried over"), std::string::npos) << text.out;
     EXPECT_NE(text.out.find("UTC"), std::string::npos) << text.out;
     const Json json = importInto("--json --force " + path.string()).json();
     EXPECT_EQ(json["files"][0]["heaveSign"], "positive downwards");
-    EXPECT_EQ(json["files"][0]["leftOut"][0]["what"], "XYZ 88");
+    EXPECT_EQ(json["files"][0]["leftOut"][0]["what"], "quality factor 79");
     EXPECT_EQ(json["lost"], false);
 }
 

@@ -75,6 +75,15 @@ std::vector<Finding> findings(const RawFile& file, const ImportPlan& plan) {
                        {},
                        true});
     }
+    for (const PlannedSegment& segment : plan.segments) {
+        if (segment.file != &file || segment.unplaced == 0) continue;
+        all.push_back({"unplaced",
+                       "pings that the positions do not reach or without heading, not in ProcessedDepths",
+                       segment.unplaced,
+                       0,
+                       {},
+                       false});
+    }
     return all;
 }
 

@@ -1,5 +1,7 @@
 #include "import/kongsbergall.h"
 
+#include "import/kongsbergswath.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -98,7 +100,34 @@ bool decode(const KongsbergFrame& frame, KongsbergClock& clock) {
     return !in.failed();
 }
 
+bool decode(const KongsbergFrame& frame, KongsbergSoundProfile& profile) {
+    Cursor in = frame.cursor();
+    in.seek(afterHeader);
+    in.skip(8); // date and time of the cast
+    const auto count = in.read<std::uint16_t>();
+    profile.resolution = in.read<std::uint16_t>();
+    if (in.failed() || count * sizeof(std::uint64_t) > in.remaining()) return false;
+    profile.entries.resize(count);
+    for (KongsbergSoundProfile::Entry& entry : profile.entries) {
+        entry.depth = in.read<std::uint32_t>();
+        entry.speed = in.read<std::uint32_t>();
+    }
+    return !in.failed();
+}
+
+bool decode(const KongsbergFrame& frame, KongsbergSurfaceSpeed& surface) {
+    Cursor in = frame.cursor();
+    in.seek(afterHeader);
+    return readEntries(in, 4, surface.entries, [&](KongsbergSurfaceSpeed::Entry& entry) {
+        entry.offset = in.read<std::uint16_t>();
+        entry.speed = in.read<std::uint16_t>();
+    });
+}
+
 namespace {
+
+// Speeds and depths are kept in 16 bits, in steps of 0.1.
+constexpr double largestSoundSpeedValue = 6553.5;
 
 template <typename T>
 constexpr bool stated(T value) {
@@ -119,6 +148,10 @@ public:
     void heading(const KongsbergFrame& frame, Micros time);
     void position(const KongsbergFrame& frame, Micros time);
     void clock(const KongsbergFrame& frame, Micros time);
+    void soundProfile(const KongsbergFrame& frame, Micros time);
+    void surfaceSpeed(const KongsbergFrame& frame, Micros time);
+    void depths(const KongsbergFrame& frame, Micros time);
+    void ranges(const KongsbergFrame& frame, Micros time);
 
     RawData finish();
     Problems& problems() { return data_.problems; }
@@ -142,8 +175,13 @@ private:
             records.push_back({time, radiansFromDegrees(degrees)});
     }
 
+    void soundSpeed(Micros time, double speed, double depth, std::uint32_t status, std::uint64_t offset);
+    void numberHeads();
+
     RawData data_;
     LeftOutCounter leftOut_;
+    KongsbergDepths depths_; // kept for their memory
+    KongsbergRanges ranges_;
     std::vector<TimedValue> headingSeries_; // from the active compass, should no motion sensor give it
     std::set<int> motionSensors_;
     std::set<int> headingSensors_;
@@ -220,7 +258,74 @@ void AllImport::clock(const KongsbergFrame& frame, Micros time) {
     clockHigh_ = std::max(clockHigh_, *external - time);
 }
 
+void AllImport::soundSpeed(Micros time, double speed, double depth, std::uint32_t status,
+                           std::uint64_t offset) {
+    if (speed <= 0.0 || speed > largestSoundSpeedValue)
+        problems().add(ProblemKind::badValue, offset);
+    else if (depth > largestSoundSpeedValue)
+        leftOut_.add("sound speeds of a profile", "deeper than the 6553.5 m that the sensor can hold");
+    else
+        data_.soundSpeeds.records.push_back({time, speed, depth, status});
+}
+
+void AllImport::soundProfile(const KongsbergFrame& frame, Micros time) {
+    KongsbergSoundProfile in;
+    if (!decode(frame, in)) return problems().add(ProblemKind::length, frame.offset);
+    for (const auto& entry : in.entries) {
+        const double depth = std::round(static_cast<double>(entry.depth) * in.resolution / 10.0) / 10.0;
+        soundSpeed(time, entry.speed / 10.0, depth, SoundSpeed::inProfile, frame.offset);
+    }
+}
+
+void AllImport::surfaceSpeed(const KongsbergFrame& frame, Micros time) {
+    KongsbergSurfaceSpeed in;
+    if (!decode(frame, in)) return problems().add(ProblemKind::length, frame.offset);
+    for (const auto& entry : in.entries) {
+        if (!stated(entry.speed)) {
+            problems().add(ProblemKind::noValue, frame.offset);
+            continue;
+        }
+        soundSpeed(time + entry.offset * microsPerSecond, entry.speed / 10.0, 0.0, SoundSpeed::atTransducer,
+                   frame.offset);
+    }
+}
+
+void AllImport::depths(const KongsbergFrame& frame, Micros time) {
+    if (!decode(frame, depths_)) return problems().add(ProblemKind::length, frame.offset);
+    if (depths_.beams.empty()) return leftOut_.add("XYZ 88", "ping without beams");
+    PingPlace place = placeOf(frame, time);
+    place.oriented = depths_.headingStated();
+    data_.depthPings.records.push_back(place);
+}
+
+void AllImport::ranges(const KongsbergFrame& frame, Micros time) {
+    if (!decode(frame, ranges_)) return problems().add(ProblemKind::length, frame.offset);
+    if (ranges_.beams.empty()) return leftOut_.add("raw range and angle 78", "ping without beams");
+    data_.rangePings.records.push_back(placeOf(frame, time));
+}
+
+void AllImport::numberHeads() {
+    std::set<std::uint32_t> serials;
+    for (const auto* series : {&data_.depthPings, &data_.rangePings}) {
+        for (const PingPlace& place : series->records)
+            serials.insert(place.head);
+    }
+    for (auto* series : {&data_.depthPings, &data_.rangePings}) {
+        for (PingPlace& place : series->records) {
+            place.head =
+                1 + static_cast<std::uint32_t>(std::distance(serials.begin(), serials.find(place.head)));
+        }
+    }
+    std::set<int> named(serials.begin(), serials.end());
+    if (!data_.depthPings.records.empty()) data_.depthPings.origin = "XYZ 88, serial number " + joined(named);
+    if (!data_.rangePings.records.empty())
+        data_.rangePings.origin = "raw range and angle 78, serial number " + joined(named);
+}
+
 RawData AllImport::finish() {
+    numberHeads();
+    if (!data_.soundSpeeds.records.empty())
+        data_.soundSpeeds.origin = "sound speed at transducer and profile";
     auto& gyro = data_[ScalarKind::gyro];
     if (!gyro.records.empty()) {
         gyro.origin = "attitude, sensor " + joined(headingSensors_);
@@ -259,6 +364,12 @@ RawData AllImport::finish() {
         say.emplace_back("Heave is positive downwards, as in the file.");
     }
     if (!motionSensors_.empty()) say.emplace_back("Roll is positive port side up, pitch positive bow up.");
+    if (!data_.depthPings.records.empty())
+        say.emplace_back("Depths are below the water line, the transducer's depth with its heave added.");
+    if (!data_.rangePings.records.empty())
+        say.emplace_back("Angles are those of the receive array, turned to be positive to starboard.");
+    if (!data_.soundSpeeds.records.empty())
+        say.emplace_back("A sound speed profile has the time of its datagram, not that of its cast.");
     data_.leftOut = leftOut_.take();
     sortByTime(data_);
     return std::move(data_);
@@ -278,14 +389,14 @@ constexpr std::array<DatagramType, 20> datagramTypes{{
     {'0', "PU id", nullptr},
     {'1', "PU status", nullptr},
     {'3', "extra parameters", nullptr},
-    {'G', "surface sound speed", nullptr},
+    {'G', "surface sound speed", &AllImport::surfaceSpeed},
     {'I', "installation parameters (start)", nullptr},
     {'i', "installation parameters (stop)", nullptr},
-    {'N', "raw range and angle 78", nullptr},
+    {'N', "raw range and angle 78", &AllImport::ranges},
     {'O', "quality factor 79", nullptr},
     {'R', "runtime parameters", nullptr},
-    {'U', "sound speed profile", nullptr},
-    {'X', "XYZ 88", nullptr},
+    {'U', "sound speed profile", &AllImport::soundProfile},
+    {'X', "XYZ 88", &AllImport::depths},
     {'Y', "seabed image 89", nullptr},
     {'h', "height", nullptr},
     {'k', "water column", nullptr},

@@ -70,12 +70,31 @@ struct KongsbergClock { // 'C'
     std::uint8_t pulsePerSecond = 0;
 };
 
+struct KongsbergSoundProfile { // 'U'
+    struct Entry {
+        std::uint32_t depth = 0; // in steps of the resolution
+        std::uint32_t speed = 0; // dm/s
+    };
+    std::uint16_t resolution = 0; // cm
+    std::vector<Entry> entries;
+};
+
+struct KongsbergSurfaceSpeed { // 'G'
+    struct Entry {
+        std::uint16_t offset = 0; // seconds after the datagram's time
+        std::uint16_t speed = 0;  // dm/s
+    };
+    std::vector<Entry> entries;
+};
+
 // Each gives false when the datagram is too short for what it claims to hold.
 bool decode(const KongsbergFrame& frame, KongsbergHeader& header);
 bool decode(const KongsbergFrame& frame, KongsbergAttitude& attitude);
 bool decode(const KongsbergFrame& frame, KongsbergHeading& heading);
 bool decode(const KongsbergFrame& frame, KongsbergPosition& position);
 bool decode(const KongsbergFrame& frame, KongsbergClock& clock);
+bool decode(const KongsbergFrame& frame, KongsbergSoundProfile& profile);
+bool decode(const KongsbergFrame& frame, KongsbergSurfaceSpeed& surface);
 
 bool looksLikeKongsbergAll(Bytes head);
 RawData readKongsbergAll(ByteSource& source);

@@ -1,5 +1,7 @@
 #include "import/kongsbergswath.h"
 
+#include <limits>
+
 namespace skar::import {
 
 namespace {
@@ -59,6 +61,80 @@ bool decode(const KongsbergFrame& frame, KongsbergRanges& ranges) {
         in.skip(1);
     }
     return !in.failed();
+}
+
+PingPlace placeOf(const KongsbergFrame& frame, Micros time) {
+    PingPlace place;
+    place.time = time;
+    place.offset = frame.offset + sizeof(std::uint32_t);
+    place.length = static_cast<std::uint32_t>(frame.body.size());
+    place.head = frame.cursor().readAt<std::uint16_t>(14);
+    place.order = frame.order;
+    return place;
+}
+
+namespace {
+
+template <typename Swath>
+bool decodeAt(ByteSource& source, const PingPlace& place, char type, Swath& swath) {
+    std::vector<std::byte> body(place.length);
+    if (source.read(place.offset, body) != body.size()) return false;
+    KongsbergFrame frame;
+    frame.order = place.order;
+    frame.body = body;
+    return frame.cursor().readAt<std::uint8_t>(1) == static_cast<std::uint8_t>(type) && decode(frame, swath);
+}
+
+template <typename Beam>
+std::uint32_t statusOf(const Beam& beam) {
+    constexpr unsigned detectionKind = 0x0FU;
+    std::uint32_t status = 0;
+    if (!beam.valid())
+        status |= beam::notDetected;
+    else if ((beam.detection & detectionKind) == 1)
+        status |= beam::phaseDetection;
+    if (beam.cleanedOut()) status |= beam::cleanedOut;
+    return status;
+}
+
+} // namespace
+
+bool readKongsbergDepths(ByteSource& source, const PingPlace& place, DepthPing& ping) {
+    KongsbergDepths in;
+    if (!decodeAt(source, place, 'X', in)) return false;
+    ping.heading = radiansFromDegrees(in.heading / 100.0);
+    ping.beams.clear();
+    for (const KongsbergDepths::Beam& beam : in.beams) {
+        DepthBeam out{beam.y, beam.x, double{beam.z} + double{in.transducerDepth}, statusOf(beam)};
+        out.refuseNonsense();
+        ping.beams.push_back(out);
+    }
+    return true;
+}
+
+bool readKongsbergRanges(ByteSource& source, const PingPlace& place, RangePing& ping) {
+    KongsbergRanges in;
+    if (!decodeAt(source, place, 'N', in)) return false;
+    ping.beams.clear();
+    if (in.beams.empty()) return true;
+    // Beams run from port to starboard; whether their angles fall or rise shows how the array is mounted.
+    const double toStarboard = in.beams.front().angle > in.beams.back().angle ? -1.0 : 1.0;
+    for (const KongsbergRanges::Beam& beam : in.beams) {
+        RangeBeam out;
+        out.status = statusOf(beam);
+        out.travel = beam.travelTime;
+        out.range = out.travel / 2.0 * (in.soundSpeed / 10.0);
+        out.angle = toStarboard * radiansFromDegrees(beam.angle / 100.0);
+        if (beam.sector < in.sectors.size()) {
+            out.delay = in.sectors[beam.sector].delay;
+            out.tilt = radiansFromDegrees(in.sectors[beam.sector].tilt / 100.0);
+        } else {
+            out.delay = std::numeric_limits<double>::quiet_NaN();
+        }
+        out.refuseNonsense();
+        ping.beams.push_back(out);
+    }
+    return true;
 }
 
 } // namespace skar::import

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "import/kongsbergframes.h"
+#include "import/rawfile.h"
 
 #include <cstdint>
 #include <vector>
@@ -19,7 +20,8 @@ struct KongsbergDepths { // 'X', XYZ 88
         bool valid() const { return (detection & 0x80U) == 0; }
         bool cleanedOut() const { return cleaning < 0; }
     };
-    std::uint16_t heading = 0;    // 0.01 degree
+    std::uint16_t heading = 0; // 0.01 degree
+    bool headingStated() const { return heading < 36'000; }
     std::uint16_t soundSpeed = 0; // dm/s
     float transducerDepth = 0.0F; // below the water line, heave included, metres
     std::vector<Beam> beams;      // from port to starboard
@@ -48,5 +50,10 @@ struct KongsbergRanges { // 'N', raw range and angle 78
 // Each gives false when the datagram is too short for what it claims to hold.
 bool decode(const KongsbergFrame& frame, KongsbergDepths& depths);
 bool decode(const KongsbergFrame& frame, KongsbergRanges& ranges);
+
+// Where the datagram stands, for a second look at it.
+PingPlace placeOf(const KongsbergFrame& frame, Micros time);
+bool readKongsbergDepths(ByteSource& source, const PingPlace& place, DepthPing& ping);
+bool readKongsbergRanges(ByteSource& source, const PingPlace& place, RangePing& ping);
 
 } // namespace skar::import

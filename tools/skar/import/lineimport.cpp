@@ -2,6 +2,8 @@
 
 #include "commands/command.h"
 #include "families.h"
+#include "import/georeference.h"
+#include "import/lineswath.h"
 #include "openset.h"
 
 #include <skar/time.h>
@@ -22,20 +24,29 @@ using import::RawData;
 namespace {
 
 // Where a sensor's records come from in the readers' model.
+enum class From { positions, scalars, soundSpeeds, depths, placedDepths, ranges };
 struct ImportSensor {
     const char* name;
-    bool position;
+    From from;
     import::ScalarKind kind;
 };
-constexpr std::array<ImportSensor, 5> sensorTable{{
-    {"Navigation", true, {}},
-    {"Gyro", false, import::ScalarKind::gyro},
-    {"Heave", false, import::ScalarKind::heave},
-    {"Pitch", false, import::ScalarKind::pitch},
-    {"Roll", false, import::ScalarKind::roll},
+constexpr std::array<ImportSensor, 9> sensorTable{{
+    {"Navigation", From::positions, {}},
+    {"Gyro", From::scalars, import::ScalarKind::gyro},
+    {"Heave", From::scalars, import::ScalarKind::heave},
+    {"Pitch", From::scalars, import::ScalarKind::pitch},
+    {"Roll", From::scalars, import::ScalarKind::roll},
+    {"ObservedDepths", From::depths, {}},
+    {"ProcessedDepths", From::placedDepths, {}},
+    {"SLRange", From::ranges, {}},
+    {"SSP", From::soundSpeeds, {}},
 }};
-constexpr std::array<const char*, sensorTable.size()> sensorNames{
-    sensorTable[0].name, sensorTable[1].name, sensorTable[2].name, sensorTable[3].name, sensorTable[4].name};
+constexpr auto sensorNames = [] {
+    std::array<const char*, sensorTable.size()> names{};
+    for (std::size_t i = 0; i < names.size(); ++i)
+        names[i] = sensorTable[i].name;
+    return names;
+}();
 
 const ImportSensor& sensorOf(const Family& family) {
     return *std::ranges::find_if(sensorTable,
@@ -62,16 +73,9 @@ private:
     const std::function<void(std::uint64_t)>& watch_;
 };
 
-// A position as the store can hold it beside the first one of its sensor: the longitude goes on across the
-// date line instead of jumping by a full turn.
-double nearTo(double reference, double longitude) {
-    return longitude -
-           2.0 * std::numbers::pi * std::round((longitude - reference) / (2.0 * std::numbers::pi));
-}
-
 bool withinReach(const import::PositionFix& first, const import::PositionFix& fix) {
     return std::abs(fix.latitude - first.latitude) <= widestReach &&
-           std::abs(nearTo(first.longitude, fix.longitude) - first.longitude) <= widestReach;
+           std::abs(import::nearestTurn(first.longitude, fix.longitude) - first.longitude) <= widestReach;
 }
 
 template <typename Record>
@@ -83,8 +87,38 @@ void describe(const import::Series<Record>& series, PlannedSegment& segment) {
     segment.stepsBack = series.stepsBack;
 }
 
-std::uint64_t recordsOf(const RawData& data, const ImportSensor& sensor) {
-    return sensor.position ? data.navigation.records.size() : data[sensor.kind].records.size();
+// Hands on the series that a sensor is made of.
+template <typename Take>
+auto withSeries(const RawData& data, const ImportSensor& sensor, Take take) {
+    switch (sensor.from) {
+    case From::positions:
+        return take(data.navigation);
+    case From::soundSpeeds:
+        return take(data.soundSpeeds);
+    case From::depths:
+    case From::placedDepths:
+        return take(data.depthPings);
+    case From::ranges:
+        return take(data.rangePings);
+    case From::scalars:
+        break;
+    }
+    return take(data[sensor.kind]);
+}
+
+// Takes the pings off whose beams have no place on the earth.
+void keepPlaced(PlannedSegment& segment) {
+    const RawData& data = segment.file->data;
+    std::uint64_t placed = 0;
+    for (const import::PingPlace& ping : data.depthPings.records) {
+        if (!placedShip(data, ping)) continue;
+        if (placed == 0) segment.first = ping.time;
+        segment.last = ping.time;
+        ++placed;
+    }
+    segment.unplaced = segment.records - placed;
+    segment.records = placed;
+    segment.origin += ", with position and heading";
 }
 
 void refuseOverlap(const std::vector<PlannedSegment>& segments) {
@@ -134,7 +168,7 @@ RawFile readRawFile(const std::string& path, const std::function<void(std::uint6
     try {
         import::FileSource file(path);
         WatchedSource source(file, watch);
-        RawFile raw{path, std::filesystem::path(path).filename().string(), {}};
+        RawFile raw{path, std::filesystem::path(path).filename().string(), {}, nullptr};
         const import::RawFormat* format = import::detectFormat(source, raw.name);
         if (format == nullptr) {
             std::string known;
@@ -144,6 +178,7 @@ RawFile readRawFile(const std::string& path, const std::function<void(std::uint6
         }
         raw.data = format->read(source);
         raw.data.format = format->name;
+        raw.format = format;
         return raw;
     } catch (const import::ImportError& error) {
         const std::string text = error.what();
@@ -192,15 +227,14 @@ ImportPlan planImport(std::span<const RawFile> files, std::span<const std::strin
         if (!wanted.empty() && std::ranges::find(wanted, sensor.name) == wanted.end()) continue;
         std::vector<PlannedSegment> segments;
         for (const RawFile& file : files) {
-            if (recordsOf(file.data, sensor) == 0) continue;
             PlannedSegment segment;
             segment.family = family;
             segment.file = &file;
-            if (sensor.position)
-                describe(file.data.navigation, segment);
-            else
-                describe(file.data[sensor.kind], segment);
-            segments.push_back(segment);
+            withSeries(file.data, sensor, [&](const auto& series) {
+                if (!series.records.empty()) describe(series, segment);
+            });
+            if (sensor.from == From::placedDepths && segment.records != 0) keepPlaced(segment);
+            if (segment.records != 0) segments.push_back(segment);
         }
         if (segments.empty()) continue;
         std::ranges::stable_sort(segments, {}, &PlannedSegment::first);
@@ -208,13 +242,13 @@ ImportPlan planImport(std::span<const RawFile> files, std::span<const std::strin
             segments[i].number = static_cast<std::uint32_t>(i + 1);
         if (!mayOverlap) refuseOverlap(segments);
         refuseWideSpan(segments);
-        if (sensor.position) {
+        if (sensor.from == From::positions) {
             const auto first = segments.front().file->data.navigation.records.front();
             for (PlannedSegment& segment : segments) {
                 for (const auto& fix : segment.file->data.navigation.records) {
                     if (!withinReach(first, fix))
                         ++segment.outOfReach;
-                    else if (std::abs(nearTo(first.longitude, fix.longitude)) > std::numbers::pi)
+                    else if (std::abs(import::nearestTurn(first.longitude, fix.longitude)) > std::numbers::pi)
                         plan.acrossDateLine = true;
                 }
                 segment.records -= segment.outOfReach;
@@ -238,21 +272,43 @@ void writeImport(const LinePath& line, const ImportPlan& plan,
         for (const PlannedSegment& segment : plan.segments) {
             if (segment.family != family) continue;
             set.beginSegment(segment.file->name);
-            const auto write = [&](Micros time, std::array<double, maxQuantities> values) {
-                set.write({clock.seconds(time), values, 0});
-                if (++done % 65536 == 0 && watch) watch(done);
+            const auto tick = [&](std::uint64_t every) {
+                if (++done % every == 0 && watch) watch(done);
             };
+            const auto write = [&](Micros time, std::array<double, maxQuantities> values,
+                                   std::uint32_t status) {
+                set.write({clock.seconds(time), values, status});
+                tick(65536);
+            };
+            const auto ofPing = [&] { tick(64); };
             const RawData& data = segment.file->data;
-            if (sensor.position) {
+            switch (sensor.from) {
+            case From::positions:
                 for (const import::PositionFix& fix : data.navigation.records) {
                     if (first == nullptr) first = &fix;
-                    if (withinReach(*first, fix))
-                        write(fix.time,
-                              {fix.latitude, nearTo(first->longitude, fix.longitude), fix.accuracy});
+                    if (!withinReach(*first, fix)) continue;
+                    const double longitude = import::nearestTurn(first->longitude, fix.longitude);
+                    write(fix.time, {fix.latitude, longitude, fix.accuracy}, 0);
                 }
-            } else {
+                break;
+            case From::scalars:
                 for (const import::TimedValue& record : data[sensor.kind].records)
-                    write(record.time, {record.value});
+                    write(record.time, {record.value}, 0);
+                break;
+            case From::soundSpeeds:
+                for (const import::SoundSpeed& record : data.soundSpeeds.records)
+                    write(record.time, {record.speed, record.depth}, record.status);
+                break;
+            case From::depths:
+                writeDepths(set, *segment.file, clock, ofPing);
+                break;
+            case From::placedDepths:
+                if (first == nullptr) first = &data.navigation.records.front();
+                writePlacedDepths(set, *segment.file, *first, clock, ofPing);
+                break;
+            case From::ranges:
+                writeRanges(set, *segment.file, clock, ofPing);
+                break;
             }
             set.endSegment();
         }

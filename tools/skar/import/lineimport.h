@@ -19,6 +19,7 @@ struct RawFile {
     std::string path;
     std::string name; // without its folders; the segments carry it
     import::RawData data;
+    const import::RawFormat* format = nullptr;
 };
 
 // Reads a raw file of any format that is known. `watch` is told how far the reading has come, in bytes.
@@ -51,6 +52,8 @@ struct PlannedSegment {
     std::uint64_t stepsBack = 0;
     // Positions so far from the first one of the sensor that the coding cannot hold them.
     std::uint64_t outOfReach = 0;
+    // Pings whose beams cannot be placed: the track does not reach them or their heading is not known.
+    std::uint64_t unplaced = 0;
 };
 
 // What an import will write, sensor by sensor, segments in order of their first time.

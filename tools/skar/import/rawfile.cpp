@@ -1,12 +1,14 @@
 #include "import/rawfile.h"
 
 #include "import/kongsbergall.h"
+#include "import/kongsbergswath.h"
 #include "import/nmea.h"
 #include "import/recorderlog.h"
 
 #include <algorithm>
 #include <cctype>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 
 namespace skar::import {
@@ -37,6 +39,24 @@ std::string utcText(Micros time) {
                   date.day, milliseconds / 3'600'000, milliseconds / 60'000 % 60, milliseconds / 1000 % 60,
                   milliseconds % 1000);
     return text.data();
+}
+
+void DepthBeam::refuseNonsense() {
+    constexpr double farthest = 100'000.0;
+    for (const double value : {y, x, z}) {
+        if (!(std::abs(value) <= farthest)) {
+            *this = {.status = status | beam::noNumber};
+            return;
+        }
+    }
+}
+
+void RangeBeam::refuseNonsense() {
+    // A beam's time is kept within 32 s of its ping's.
+    constexpr double longestTravel = 200.0;
+    constexpr double longestDelay = 32.0;
+    if (!(travel >= 0.0 && travel <= longestTravel && std::abs(delay) <= longestDelay))
+        *this = {.status = status | beam::noNumber};
 }
 
 const ProblemMeaning& meaning(ProblemKind kind) {
@@ -74,7 +94,7 @@ std::uint64_t RawData::records() const {
     std::uint64_t count = navigation.records.size();
     for (const auto& series : scalars)
         count += series.records.size();
-    return count;
+    return count + soundSpeeds.records.size() + depthPings.records.size() + rangePings.records.size();
 }
 
 void LeftOutCounter::add(std::string_view what, std::string_view reason, std::uint64_t count) {
@@ -90,14 +110,20 @@ void LeftOutCounter::add(std::string_view what, std::string_view reason, std::ui
 namespace {
 
 template <typename Record>
+bool earlier(const Record& a, const Record& b) {
+    return a.time < b.time;
+}
+bool earlier(const PingPlace& a, const PingPlace& b) {
+    return a.time != b.time ? a.time < b.time : a.head < b.head;
+}
+
+template <typename Record>
 void sortSeries(Series<Record>& series) {
     auto& records = series.records;
     for (std::size_t i = 1; i < records.size(); ++i)
         series.stepsBack += records[i].time < records[i - 1].time ? 1 : 0;
-    if (series.stepsBack != 0) {
-        std::stable_sort(records.begin(), records.end(),
-                         [](const Record& a, const Record& b) { return a.time < b.time; });
-    }
+    std::stable_sort(records.begin(), records.end(),
+                     [](const Record& a, const Record& b) { return earlier(a, b); });
 }
 
 bool hasExtension(const RawFormat& format, std::string extension) {
@@ -113,13 +139,17 @@ void sortByTime(RawData& data) {
     sortSeries(data.navigation);
     for (auto& series : data.scalars)
         sortSeries(series);
+    sortSeries(data.soundSpeeds);
+    sortSeries(data.depthPings);
+    sortSeries(data.rangePings);
 }
 
 std::span<const RawFormat> formats() {
     static constexpr std::array<RawFormat, 3> table{{
-        {"Kongsberg EM raw data", "all wcd", looksLikeKongsbergAll, readKongsbergAll},
-        {"semicolon text log", "", looksLikeRecorderLog, readRecorderLog},
-        {"NMEA 0183 log", "nmea nme log", looksLikeNmea, readNmea},
+        {"Kongsberg EM raw data", "all wcd", looksLikeKongsbergAll, readKongsbergAll, readKongsbergDepths,
+         readKongsbergRanges},
+        {"semicolon text log", "", looksLikeRecorderLog, readRecorderLog, nullptr, nullptr},
+        {"NMEA 0183 log", "nmea nme log", looksLikeNmea, readNmea, nullptr, nullptr},
     }};
     return table;
 }

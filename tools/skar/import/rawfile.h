@@ -43,6 +43,66 @@ struct TimedValue {
     double value = 0.0; // radians; heave in metres
 };
 
+struct SoundSpeed {
+    static constexpr std::uint32_t atTransducer = 0;
+    static constexpr std::uint32_t inProfile = 1;
+
+    Micros time = 0;
+    double speed = 0.0; // m/s
+    double depth = 0.0; // metres, 0 for a speed at the transducer
+    std::uint32_t status = atTransducer;
+};
+
+// Where a ping stands in its file. Pings are read one at a time, so that a file's beams need not fit into
+// memory.
+struct PingPlace {
+    Micros time = 0;
+    std::uint64_t offset = 0;
+    std::uint64_t aside = 0; // of what the format keeps apart from the ping and is needed to read it
+    std::uint32_t length = 0;
+    std::uint32_t head = 0; // while a file is read its serial number, then from 1 in order of these
+    ByteOrder order = ByteOrder::little;
+    bool oriented = true; // the heading is known
+};
+
+// The bits of a beam's status are those that a rejection may set in observed and in processed depths alike.
+namespace beam {
+constexpr std::uint32_t notDetected = 1U << 31U; // or flagged by a later hand
+constexpr std::uint32_t cleanedOut = 1U << 30U;
+constexpr std::uint32_t pingFlagged = 1U << 29U;
+constexpr std::uint32_t noNumber = 1U << 28U; // the file states none
+constexpr std::uint32_t phaseDetection = 1U << 16U;
+} // namespace beam
+
+struct DepthBeam {
+    double y = 0.0; // metres, positive to starboard
+    double x = 0.0; // metres, positive forward
+    double z = 0.0; // below the water line, metres
+    std::uint32_t status = 0;
+
+    // Where one of the numbers is none or lies beyond the reach of any sounder, all are 0 and the status says
+    // so.
+    void refuseNonsense();
+};
+struct DepthPing {
+    double heading = 0.0; // radians
+    std::vector<DepthBeam> beams;
+};
+
+struct RangeBeam {
+    double delay = 0.0;  // seconds after the ping's time
+    double range = 0.0;  // metres
+    double travel = 0.0; // two ways, seconds
+    double angle = 0.0;  // radians, positive to starboard
+    double tilt = 0.0;   // of the transmit sector, radians, positive forward
+    std::uint32_t status = 0;
+
+    void refuseNonsense();
+};
+struct RangePing {
+    std::vector<RangeBeam> beams;
+};
+
 enum class ScalarKind { gyro, heave, pitch, roll };
 constexpr std::size_t scalarKinds = 4;
 
@@ -103,6 +163,9 @@ struct RawData {
     std::string format;
     Series<PositionFix> navigation;
     std::array<Series<TimedValue>, scalarKinds> scalars;
+    Series<SoundSpeed> soundSpeeds;
+    Series<PingPlace> depthPings;
+    Series<PingPlace> rangePings;
     Problems problems;
     std::vector<LeftOut> leftOut;
     std::vector<std::string> conventions; // signs, frames and time scale, a sentence each
@@ -139,6 +202,9 @@ struct RawFormat {
     const char* extensions; // separated by blanks, lower case
     bool (*matches)(Bytes head);
     RawData (*read)(ByteSource& source);
+    // The ping at a place that `read` gave; false when it is not there any more. Null without pings.
+    bool (*readDepths)(ByteSource& source, const PingPlace& place, DepthPing& ping);
+    bool (*readRanges)(ByteSource& source, const PingPlace& place, RangePing& ping);
 };
 std::span<const RawFormat> formats();
 
