@@ -1,4 +1,5 @@
 #include "import/kongsbergall.h"
+#include "import/kongsbergswath.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -28,7 +29,13 @@ std::vector<std::byte> framed(std::span<const std::byte> inner) {
 
 void read(std::span<const std::byte> bytes) {
     skar::import::MemorySource source(bytes);
-    skar::import::readKongsbergAll(source);
+    const skar::import::RawData data = skar::import::readKongsbergAll(source);
+    skar::import::DepthPing depths;
+    for (const skar::import::PingPlace& place : data.depthPings.records)
+        skar::import::readKongsbergDepths(source, place, depths);
+    skar::import::RangePing ranges;
+    for (const skar::import::PingPlace& place : data.rangePings.records)
+        skar::import::readKongsbergRanges(source, place, ranges);
 }
 
 } // namespace

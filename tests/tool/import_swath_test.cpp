@@ -1,10 +1,15 @@
 #include "raw_bytes.h"
 
+#include "import/georeference.h"
+#include "import/kongsbergall.h"
 #include "import/kongsbergswath.h"
 
 #include <gtest/gtest.h>
 
 #include <bit>
+#include <cmath>
+#include <limits>
+#include <numbers>
 
 using namespace skar::import;
 using namespace skar::test;
@@ -88,4 +93,172 @@ TEST(KongsbergSwath, MoreSectorsOrRangeBeamsThanTheDatagramHoldsAreRefused) {
     EXPECT_FALSE(decoded('N', oneRange(2, 1), ranges));
     EXPECT_FALSE(decoded('N', oneRange(1, 2), ranges));
     EXPECT_FALSE(decoded('N', oneRange(65535, 65535), ranges));
+}
+
+namespace {
+
+// A range datagram of one sector and two beams with those angles.
+RawBytes twoRanges(int first, int last, unsigned sector = 0) {
+    RawBytes content;
+    content.u16(15'000).u16(1).u16(2).u16(2).u32(word(1000.0F)).u32(0);
+    content.i16(-150).zeros(6).u32(word(0.002F)).zeros(12);
+    for (const int angle : {first, last})
+        content.i16(angle).u8(sector).u8(1).zeros(4).u32(word(0.125F)).i16(-200).u8(0).zeros(1);
+    return content.zeros(1);
+}
+
+template <typename Ping>
+Ping pingOf(RawBytes file, Series<PingPlace> RawData::*series,
+            bool (*read)(ByteSource&, const PingPlace&, Ping&)) {
+    MemorySource source(file.bytes());
+    const RawData data = readKongsbergAll(source);
+    Ping ping;
+    EXPECT_EQ((data.*series).records.size(), 1U);
+    if (!(data.*series).records.empty()) {
+        EXPECT_TRUE(read(source, (data.*series).records[0], ping));
+    }
+    return ping;
+}
+
+} // namespace
+
+TEST(SwathPings, DepthsAreBelowTheWaterLineAndKeepTheirDetection) {
+    const DepthPing ping =
+        pingOf(datagram('X', someDate, 0, twoDepths(2)), &RawData::depthPings, readKongsbergDepths);
+    ASSERT_EQ(ping.beams.size(), 2U);
+    EXPECT_NEAR(ping.heading, 270.0 * degree, 1e-12);
+    EXPECT_DOUBLE_EQ(ping.beams[0].z, 14.75);
+    EXPECT_DOUBLE_EQ(ping.beams[0].y, -7.5);
+    EXPECT_DOUBLE_EQ(ping.beams[0].x, 0.5);
+    EXPECT_EQ(ping.beams[0].status, beam::phaseDetection);
+    EXPECT_EQ(ping.beams[1].status, beam::notDetected | beam::cleanedOut);
+}
+
+TEST(SwathPings, ADepthThatIsNoneBecomesZeroAndSaysSo) {
+    DepthBeam nan{1.0, 2.0, std::numeric_limits<double>::quiet_NaN(), beam::cleanedOut};
+    nan.refuseNonsense();
+    EXPECT_EQ(nan.y, 0.0);
+    EXPECT_EQ(nan.z, 0.0);
+    EXPECT_EQ(nan.status, beam::cleanedOut | beam::noNumber);
+    DepthBeam far{1e30, 0.0, 0.0, 0};
+    far.refuseNonsense();
+    EXPECT_EQ(far.status, beam::noNumber);
+    DepthBeam good{-100'000.0, 0.0, 11'000.0, 0};
+    good.refuseNonsense();
+    EXPECT_EQ(good.status, 0U);
+}
+
+TEST(SwathPings, AnglesArePositiveToStarboardHoweverTheArrayIsMounted) {
+    for (const int port : {5850, -5850}) {
+        const RangePing ping = pingOf(datagram('N', someDate, 0, twoRanges(port, -port)),
+                                      &RawData::rangePings, readKongsbergRanges);
+        ASSERT_EQ(ping.beams.size(), 2U);
+        EXPECT_NEAR(ping.beams[0].angle, -58.5 * degree, 1e-12);
+        EXPECT_NEAR(ping.beams[1].angle, 58.5 * degree, 1e-12);
+        EXPECT_NEAR(ping.beams[0].tilt, -1.5 * degree, 1e-12);
+        EXPECT_DOUBLE_EQ(ping.beams[0].travel, 0.125);
+        EXPECT_DOUBLE_EQ(ping.beams[0].range, 93.75);
+        EXPECT_EQ(ping.beams[0].delay, double{0.002F});
+        EXPECT_EQ(ping.beams[0].status, beam::phaseDetection);
+    }
+}
+
+TEST(SwathPings, ABeamOfASectorThatIsNotThereHasNoNumbers) {
+    const RangePing ping = pingOf(datagram('N', someDate, 0, twoRanges(-5850, 5850, 1)), &RawData::rangePings,
+                                  readKongsbergRanges);
+    ASSERT_EQ(ping.beams.size(), 2U);
+    EXPECT_EQ(ping.beams[0].status, beam::phaseDetection | beam::noNumber);
+    EXPECT_EQ(ping.beams[0].range, 0.0);
+}
+
+TEST(SwathPings, HeadsCountFromOneInOrderOfTheirSerialNumbersAndSortWithinAPing) {
+    const auto head = [](unsigned serial, std::uint32_t milliseconds) {
+        RawBytes file = datagram('X', someDate, milliseconds, twoDepths(2));
+        auto& bytes = file.bytes();
+        unsigned sum = 0;
+        bytes[18] = static_cast<std::byte>(serial & 0xFFU);
+        bytes[19] = static_cast<std::byte>(serial >> 8U);
+        for (std::size_t i = 5; i < bytes.size() - 3; ++i)
+            sum += std::to_integer<unsigned>(bytes[i]);
+        bytes[bytes.size() - 2] = static_cast<std::byte>(sum & 0xFFU);
+        bytes[bytes.size() - 1] = static_cast<std::byte>(sum >> 8U & 0xFFU);
+        return file;
+    };
+    RawBytes file = head(2031, 2000);
+    file.add(head(2004, 2000)).add(head(2031, 1000)).add(head(2004, 1000));
+    const RawData data = readBytes(readKongsbergAll, file.bytes());
+    const auto& pings = data.depthPings.records;
+    ASSERT_EQ(pings.size(), 4U);
+    for (std::size_t i = 0; i < pings.size(); ++i) {
+        EXPECT_EQ(pings[i].head, i % 2 + 1);
+        EXPECT_EQ(pings[i].time, pings[i / 2 * 2].time);
+    }
+    EXPECT_LT(pings[0].time, pings[2].time);
+    EXPECT_EQ(data.depthPings.stepsBack, 1U);
+    EXPECT_EQ(data.depthPings.origin, "XYZ 88, serial number 2004, 2031");
+}
+
+TEST(SwathPings, APlaceThatHoldsAnotherDatagramIsRefused) {
+    RawBytes file = datagram('X', someDate, 0, twoDepths(2));
+    const RawData data = readBytes(readKongsbergAll, file.bytes());
+    ASSERT_EQ(data.depthPings.records.size(), 1U);
+    RawBytes other = datagram('N', someDate, 0, twoDepths(2));
+    MemorySource source(other.bytes());
+    DepthPing ping;
+    EXPECT_FALSE(readKongsbergDepths(source, data.depthPings.records[0], ping));
+    MemorySource empty(Bytes{});
+    EXPECT_FALSE(readKongsbergDepths(empty, data.depthPings.records[0], ping));
+}
+
+TEST(SoundSpeeds, AProfileStopsWhereTheSensorDoesAndRoundsToItsSteps) {
+    RawBytes content;
+    content.u32(19'920'101).u32(0).u16(3).u16(1).u32(0).u32(15'180).u32(1'236).u32(15'199);
+    content.u32(1'200'000).u32(16'000).zeros(1);
+    RawBytes file = datagram('U', someDate, 5000, content);
+    file.add(datagram('G', someDate, 6000, RawBytes().u16(2).u16(0).u16(15'012).u16(2).u16(65'535).zeros(1)));
+    const RawData data = readBytes(readKongsbergAll, file.bytes());
+    const auto& speeds = data.soundSpeeds.records;
+    ASSERT_EQ(speeds.size(), 3U);
+    EXPECT_EQ(utcText(speeds[0].time), "2014-02-19T00:00:05.000Z");
+    EXPECT_EQ(speeds[1].speed, 1519.9);
+    EXPECT_EQ(speeds[1].depth, 12.4);
+    EXPECT_EQ(speeds[1].status, SoundSpeed::inProfile);
+    EXPECT_EQ(utcText(speeds[2].time), "2014-02-19T00:00:06.000Z");
+    EXPECT_EQ(speeds[2].speed, 1501.2);
+    EXPECT_EQ(speeds[2].depth, 0.0);
+    EXPECT_EQ(speeds[2].status, SoundSpeed::atTransducer);
+    EXPECT_EQ(data.problems[ProblemKind::noValue].count, 1U);
+    ASSERT_EQ(data.leftOut.size(), 1U);
+    EXPECT_EQ(data.leftOut[0].count, 1U);
+}
+
+TEST(Georeference, ThePositionLiesBetweenTwoFixesAndNeverBeyondThem) {
+    const double near = std::numbers::pi - 0.001;
+    const std::vector<PositionFix> track{{1000, 0.5, near, 0.0}, {3000, 0.6, -near, 0.0}};
+    EXPECT_FALSE(positionAt(track, 999));
+    EXPECT_FALSE(positionAt(track, 3001));
+    EXPECT_FALSE(positionAt({}, 1000));
+    EXPECT_EQ(positionAt(track, 1000)->latitude, 0.5);
+    EXPECT_EQ(positionAt(track, 3000)->latitude, 0.6);
+    EXPECT_NEAR(positionAt(track, 2000)->latitude, 0.55, 1e-12);
+    EXPECT_NEAR(positionAt(track, 2000)->longitude, std::numbers::pi, 1e-12);
+}
+
+TEST(Georeference, ABeamLiesByItsHeadingOnTheEllipsoid) {
+    // At the equator a metre east is 1 / a, a metre north 1 / (a (1 - e2)) radians.
+    constexpr double semiMajor = 6378137.0;
+    constexpr double northRadius = semiMajor * (1.0 - 0.00669437999014);
+    const ShipFrame east(0.0, 3.0, 90.0 * degree);
+    const auto ahead = east.below(100.0, 0.0, 0.0);
+    EXPECT_NEAR(ahead.longitude, 3.0 + 100.0 / semiMajor, 1e-12);
+    EXPECT_NEAR(ahead.latitude, 0.0, 1e-12);
+    const auto starboard = east.below(0.0, 100.0, 0.0);
+    EXPECT_NEAR(starboard.latitude, -100.0 / northRadius, 1e-12);
+    EXPECT_NEAR(starboard.longitude, 3.0, 1e-12);
+    const auto deep = east.below(100.0, 0.0, 5000.0);
+    EXPECT_NEAR(deep.longitude, 3.0 + 100.0 / (semiMajor - 5000.0), 1e-12);
+    const ShipFrame high(1.2, -2.0, 0.3);
+    const auto under = high.below(0.0, 0.0, 8000.0);
+    EXPECT_NEAR(under.latitude, 1.2, 1e-11);
+    EXPECT_NEAR(under.longitude, -2.0, 1e-12);
 }
