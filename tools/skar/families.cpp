@@ -1,6 +1,7 @@
 #include "families.h"
 
 #include "access/access.h"
+#include "check/layout.h"
 #include "commands/command.h"
 
 #include <fmt/format.h>
@@ -110,15 +111,14 @@ constexpr Family track(const char* name, std::uint32_t id, std::uint32_t storedT
     return sensor(name, id, storedType, about, access, position, std::span(position).first(2));
 }
 
-constexpr Family unchecked(Family family) {
-    family.kind = &uncheckedSensorKind;
+constexpr Family laidOut(Family family, const check::Formats& formats) {
+    family.formats = &formats;
     return family;
 }
 
-constexpr Family pings(Family family, std::span<const Quantity> beam) {
-    family.kind = &uncheckedSensorKind;
+constexpr Family pings(Family family, std::span<const Quantity> beam, const check::Formats& formats) {
     family.items = {"ping", "beam", beam};
-    return family;
+    return laidOut(family, formats);
 }
 
 constexpr Family withSegmentExtents(Family family, std::size_t count) {
@@ -147,22 +147,25 @@ constexpr Family table[] = {
     series("SSSSensorHeight", 41, Coding::millis, "height of the towfish", altitude),
     series("SSSSensorDepth", 42, Coding::millis, "depth of the towfish", depth),
     pings(sensor("ObservedDepths", 4, 4, "depths as recorded", observedDepthsAccess, ping, depthExtent),
-          observedBeam),
+          observedBeam, check::observedDepthsFormats),
     pings(sensor("ObservedDepthsNew", 53, 4, "depths recomputed", newObservedDepthsAccess, ping, depthExtent),
-          observedBeam),
+          observedBeam, check::observedDepthsFormats),
     pings(sensor("ProcessedDepths", 0, 0, "depths after merging", processedDepthsAccess, processedPing,
                  processedExtents),
-          processedBeam),
-    pings(sensor("SLRange", 30, 30, "ranges and angles as measured", slantRangeAccess, ping, {}), rangeBeam),
+          processedBeam, check::processedDepthsFormats),
+    pings(sensor("SLRange", 30, 30, "ranges and angles as measured", slantRangeAccess, ping, {}), rangeBeam,
+          check::slantRangeFormats),
     withSegmentExtents(pings(sensor("TPE", 52, 52, "uncertainty of the depths", uncertaintyAccess,
                                     uncertaintyPing, uncertainty),
-                             uncertainty),
+                             uncertainty, check::uncertaintyFormats),
                        0),
-    unchecked(sensor("SSP", 54, 54, "speed of sound", soundSpeedAccess, soundSpeed,
-                     std::span(soundSpeed).first(1))),
-    unchecked(
-        sensor("SensorParameters", 57, 57, "settings of the sonar", sonarSettingsAccess, sonarSettings, {})),
-    unchecked(sensor("EventMark", 32, 32, "notes", eventMarkAccess, eventMark, {})),
+    laidOut(
+        sensor("SSP", 54, 54, "speed of sound", soundSpeedAccess, soundSpeed, std::span(soundSpeed).first(1)),
+        check::soundSpeedFormats),
+    laidOut(
+        sensor("SensorParameters", 57, 57, "settings of the sonar", sonarSettingsAccess, sonarSettings, {}),
+        check::sonarSettingsFormats),
+    laidOut(sensor("EventMark", 32, 32, "notes", eventMarkAccess, eventMark, {}), check::eventMarkFormats),
 };
 
 bool sameName(std::string_view a, std::string_view b) {

@@ -44,7 +44,6 @@ std::unique_ptr<Reader> openForReading(const LinePath& line, const Family& famil
 } // namespace
 
 const Kind sensorKind = {filesOfSet, openForReading, check::checkSet};
-const Kind uncheckedSensorKind = {filesOfSet, openForReading, nullptr};
 
 OpenSet::OpenSet(const LinePath& line, const Family& family, const wchar_t* token)
     : family_(family), file_((line.native / family.name).string()) {

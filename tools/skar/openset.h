@@ -70,7 +70,6 @@ private:
 
 // The kind of all sensors of the store.
 extern const Kind sensorKind;
-extern const Kind uncheckedSensorKind;
 
 // Readies the library once; a ToolError when it cannot.
 void startLibrary();

@@ -8,7 +8,9 @@
 // reader or writer cannot hide itself; this is the one place that says how they are laid out.
 //
 // Every file is a run of big-endian 32-bit words.
-//   data file      four words that identify it, the summary, then the records without gaps
+//   data file      four words that identify it, the summary, then the records without gaps; a ping is a
+//   record that
+//                  its beams follow
 //   LineSegments   four words, the number of segments, then per segment: status, length of the source file's
 //   name, the
 //                  same length again, the name padded to a multiple of four, first record, last record, the
@@ -21,7 +23,6 @@ namespace skar::tool::check {
 
 inline constexpr std::uint32_t token = 0x54454C44; // "TELD"
 enum FileType : std::uint32_t { dataFile = 1, segmentsFile = 2, indexFile = 3 };
-inline constexpr std::uint32_t newestVersion = 1;
 
 inline constexpr std::uint64_t wordSize = 4;
 inline constexpr std::uint64_t identityWords = 4;
@@ -32,7 +33,11 @@ inline constexpr std::int32_t emptySetMin = 0x7FFFFFFF;
 enum class Role {
     plain, // nothing that can contradict another word
     recordCount,
-    scale, // a divisor, above 0
+    sonar,     // 1, or the file holds no records
+    itemCount, // over all records
+    items,     // of the record: how many follow
+    itemRange, // the same in the upper half, the number of the first in the lower
+    scale,     // a divisor, above 0
     time,
     minTime,
     maxTime,
@@ -51,7 +56,11 @@ struct Layout {
     std::span<const Word> summary;
     std::span<const Word> record;
     std::span<const Word> segmentExtents;
+    std::span<const Word> item = {};
 
+    // Beams wrap their times and updates only widen the extents, so those of pings can but contain.
+    bool extentsAreExact() const { return item.empty(); }
+    std::uint64_t itemSize() const { return item.size() * wordSize; }
     std::uint64_t firstRecord() const { return (identityWords + summary.size()) * wordSize; }
     std::uint64_t recordSize() const { return record.size() * wordSize; }
 };
@@ -100,11 +109,22 @@ inline constexpr Word trackExtents[] = {
     {"smallest longitude", Role::min, 1}, {"largest longitude", Role::max, 1},
 };
 
-inline constexpr Layout seriesLayout = {seriesSummary, seriesRecord, seriesExtents};
-inline constexpr Layout trackLayout = {trackSummary, trackRecord, trackExtents};
+// The layouts of a family, from its first version on.
+struct Formats {
+    std::span<const Layout> versions;
+};
 
-inline const Layout& layoutOf(const Family& family) {
-    return family.coding == Coding::byQuantity ? trackLayout : seriesLayout;
-}
+extern const Formats observedDepthsFormats;
+extern const Formats processedDepthsFormats;
+extern const Formats slantRangeFormats;
+extern const Formats uncertaintyFormats;
+extern const Formats soundSpeedFormats;
+extern const Formats sonarSettingsFormats;
+extern const Formats eventMarkFormats;
+
+std::uint32_t newestVersion(const Family& family);
+
+// That of the newest version for one that is not known.
+const Layout& layoutOf(const Family& family, std::uint32_t version);
 
 } // namespace skar::tool::check

@@ -25,7 +25,7 @@ struct Range {
     std::array<std::int32_t, maxQuantities> min = {minTime, minTime, minTime};
     std::array<std::int32_t, maxQuantities> max = {maxTime, maxTime, maxTime};
 
-    void add(const Layout& layout, std::span<const std::uint32_t> record);
+    void add(std::span<const Word> layout, std::span<const std::uint32_t> record);
     // What a word of that role should hold; nothing for a word that holds no extent.
     std::optional<std::int32_t> valueOf(const Word& word) const;
 };

@@ -43,19 +43,19 @@ bool readIdentity(WordFile& file, const Family& family, FileType type, std::opti
     if (version && fileVersion != *version) {
         report.warning("version", 3 * wordSize,
                        fmt::format("is of version {}, the data file of version {}", fileVersion, *version));
-    } else if (!version && fileVersion != newestVersion) {
+    } else if (!version && (fileVersion < 1 || fileVersion > newestVersion(family))) {
         report.warning("version", 3 * wordSize,
-                       fmt::format("is of version {}, known is {}", fileVersion, newestVersion));
+                       fmt::format("is of version {}, known is {}", fileVersion, newestVersion(family)));
     }
     if (found != nullptr) *found = fileVersion;
     return right;
 }
 
-void Range::add(const Layout& layout, std::span<const std::uint32_t> record) {
+void Range::add(std::span<const Word> layout, std::span<const std::uint32_t> record) {
     any = true;
     for (std::size_t i = 0; i < record.size(); ++i) {
         const auto value = static_cast<std::int32_t>(record[i]);
-        const Word& word = layout.record[i];
+        const Word& word = layout[i];
         if (word.role == Role::time) {
             minTime = std::min(minTime, value);
             maxTime = std::max(maxTime, value);
@@ -128,8 +128,8 @@ private:
 class SetCheck {
 public:
     SetCheck(const LinePath& line, const Family& family, Report& report, Progress& progress)
-        : line_(line), family_(family), layout_(layoutOf(family)), report_(report), progress_(progress),
-          dataPath_(line.native / family.name), segmentsPath_(side(segmentsSuffix)),
+        : line_(line), family_(family), layout_(&layoutOf(family, newestVersion(family))), report_(report),
+          progress_(progress), dataPath_(line.native / family.name), segmentsPath_(side(segmentsSuffix)),
           indexPath_(side(indexSuffix)) {}
 
     SetResult run() {
@@ -142,6 +142,7 @@ public:
         if (indexFile) index_.emplace(*indexFile, family_, version_, report_, indexPath_.string());
         if (readable) {
             compareRecords(*data);
+            if (!layout_->item.empty() || isWithoutRecords_) compareEnd(*data);
             compareSummary();
             compareSegments();
             compareIndex();
@@ -176,7 +177,8 @@ private:
             std::uint32_t version = 0;
             const bool right = readIdentity(data, family_, dataFile, std::nullopt, report_, &version);
             version_ = version;
-            for (const Word& word : layout_.summary) {
+            layout_ = &layoutOf(family_, version);
+            for (const Word& word : layout_->summary) {
                 const std::uint64_t offset = data.position();
                 summary_.push_back(data.word());
                 const std::uint32_t value = summary_.back();
@@ -184,24 +186,32 @@ private:
                     report_.error("scale", offset,
                                   fmt::format("{} is {}, must be above 0", word.name,
                                               static_cast<std::int32_t>(value)));
+                if (word.role == Role::sonar && value != 1) isWithoutRecords_ = true;
+                if (word.role == Role::itemCount) countedItems_ = {value, offset};
                 if (word.role == Role::recordCount) countRecords(data, value, offset);
             }
             return right;
         } catch (const Truncated& cut) {
             report_.error("truncated", cut.offset,
                           fmt::format("ends at byte {}, within its first {} bytes", data.size(),
-                                      layout_.firstRecord()));
+                                      layout_->firstRecord()));
             return false;
         }
     }
 
     void countRecords(const WordFile& data, std::uint32_t counted, std::uint64_t offset) {
         counted_ = counted;
-        if (data.size() < layout_.firstRecord()) return;
-        const std::uint64_t body = data.size() - layout_.firstRecord();
-        const std::uint64_t whole = body / layout_.recordSize();
+        if (data.size() < layout_->firstRecord()) return;
+        if (!layout_->item.empty() || isWithoutRecords_) {
+            // Only reading the pings tells where they end.
+            records_ = isWithoutRecords_ ? 0 : counted;
+            countOffset_ = offset;
+            return;
+        }
+        const std::uint64_t body = data.size() - layout_->firstRecord();
+        const std::uint64_t whole = body / layout_->recordSize();
         records_ = std::min<std::uint64_t>(counted, whole);
-        const std::uint64_t end = layout_.firstRecord() + records_ * layout_.recordSize();
+        const std::uint64_t end = layout_->firstRecord() + records_ * layout_->recordSize();
         if (counted > whole) {
             report_.error("truncated", end,
                           fmt::format("ends at byte {} after {} records, the summary counts {}", data.size(),
@@ -217,7 +227,7 @@ private:
     }
 
     void readSegments(WordFile& file) {
-        segments_ = readSegmentsFile(file, family_, layout_, version_, report_);
+        segments_ = readSegmentsFile(file, family_, *layout_, version_, report_);
         if (counted_) checkSegmentRanges(segments_, *counted_, report_);
     }
 
@@ -227,19 +237,21 @@ private:
         Run beyond(report_, &Report::error, "index-beyond", indexPath_.string());
         Run times(report_, &Report::error, "index-time", indexPath_.string());
         SegmentWalk walk(segments_);
-        std::vector<std::uint32_t> record(layout_.record.size());
+        std::vector<std::uint32_t> record(layout_->record.size());
         const auto timeWord = static_cast<std::size_t>(
-            std::ranges::find(layout_.record, Role::time, &Word::role) - layout_.record.begin());
+            std::ranges::find(layout_->record, Role::time, &Word::role) - layout_->record.begin());
         std::optional<std::int32_t> previous;
         IndexEntry entry;
         try {
             for (std::uint64_t number = 1; number <= records_; ++number) {
                 const std::uint64_t offset = data.position();
+                begun_ = number;
                 for (std::uint32_t& word : record)
                     word = data.word();
                 const auto time = static_cast<std::int32_t>(record[timeWord]);
-                all_.add(layout_, record);
-                if (Range* const range = walk.at(number)) range->add(layout_, record);
+                Range* const range = walk.at(number);
+                all_.add(layout_->record, record);
+                if (range != nullptr) range->add(layout_->record, record);
                 if (previous && time < *previous) {
                     timesBack.hit(number, offset + timeWord * wordSize, [&] {
                         return fmt::format("record {}: the time goes back by {} ticks", number,
@@ -251,7 +263,7 @@ private:
                     ++indexed_;
                     const std::uint64_t offsetWord = entry.position + wordSize;
                     if (entry.offset < 0 ||
-                        static_cast<std::uint64_t>(entry.offset) + layout_.recordSize() > data.size()) {
+                        static_cast<std::uint64_t>(entry.offset) + layout_->recordSize() > data.size()) {
                         beyond.hit(number, offsetWord, [&] {
                             return fmt::format("record {}: offset {} lies beyond the data file's {} bytes",
                                                number, entry.offset, data.size());
@@ -269,15 +281,91 @@ private:
                         });
                     }
                 }
+                if (!readItems(data, number, offset, record, range)) {
+                    records_ = number - 1;
+                    break;
+                }
                 if (number % 65536 == 0) progress_.show(number * 100 / records_);
             }
         } catch (const Truncated& cut) {
             report_.enterFile(dataPath_.string());
-            report_.error("unreadable", cut.offset, "cannot be read on from here");
+            if (layout_->item.empty()) {
+                report_.error("unreadable", cut.offset, "cannot be read on from here");
+            } else {
+                records_ = begun_ - 1;
+                reportCut(data, cut.offset);
+            }
         }
         for (Run* run : {&timesBack, &beyond, &offsets, &times})
             run->end();
         wrongTimes_ = times.hits();
+    }
+
+    void reportCut(const WordFile& data, std::uint64_t offset) {
+        report_.enterFile(dataPath_.string());
+        report_.error("truncated", offset,
+                      fmt::format("ends at byte {} within ping {}, the summary counts {}", data.size(),
+                                  begun_, counted_.value_or(0)));
+    }
+
+    // The beams of a ping. False when the file ends before they do.
+    bool readItems(WordFile& data, std::uint64_t number, std::uint64_t offset,
+                   std::span<const std::uint32_t> record, Range* range) {
+        for (std::size_t i = 0; i < record.size(); ++i) {
+            const Role role = layout_->record[i].role;
+            if (role != Role::items && role != Role::itemRange) continue;
+            const std::uint64_t count = role == Role::items ? record[i] : record[i] >> 16U;
+            const std::uint64_t first = role == Role::items ? 1 : record[i] & 0xFFFFU;
+            if (count > data.left() / layout_->itemSize()) {
+                reportCut(data, offset + i * wordSize);
+                return false;
+            }
+            if (role == Role::itemRange && count > 0 && first + count - 1 > 0xFFFF) {
+                report_.enterFile(dataPath_.string());
+                report_.error(
+                    "beam-range", offset + i * wordSize,
+                    fmt::format("ping {}: {} beams from {} on go beyond beam 65535", number, count, first));
+            }
+            std::vector<std::uint32_t> item(layout_->item.size());
+            for (std::uint64_t beam = 0; beam < count; ++beam) {
+                for (std::uint32_t& word : item)
+                    word = data.word();
+                all_.add(layout_->item, item);
+                if (range != nullptr) range->add(layout_->item, item);
+            }
+            items_ += count;
+        }
+        return true;
+    }
+
+    void compareEnd(const WordFile& data) {
+        if (!isWithoutRecords_ && records_ != counted_) return;
+        report_.enterFile(dataPath_.string());
+        if (!isWithoutRecords_ && items_ != countedItems_.value) {
+            report_.error(
+                "summary-count", countedItems_.offset,
+                fmt::format("the summary counts {} beams, the pings have {}", countedItems_.value, items_));
+        }
+        if (data.left() == 0) return;
+        if (records_ == 0 && !isWithoutRecords_) {
+            report_.error("summary-count", countOffset_,
+                          "the summary counts no pings, the file holds some; its writing was not finished");
+        }
+        report_.error("trailing-bytes", data.position(),
+                      fmt::format("{} bytes follow the last record counted", data.left()));
+    }
+
+    bool differs(const Word& word, std::int32_t stored, std::int32_t real) const {
+        if (layout_->extentsAreExact()) return stored != real;
+        return word.role == Role::minTime || word.role == Role::min ? stored > real : stored < real;
+    }
+    // Updates widen the extents in memory; those that were not saved leave them too narrow, and no harm is
+    // done.
+    void extentFinding(const char* code, std::uint64_t offset, std::string text) {
+        if (layout_->extentsAreExact())
+            report_.error(code, offset, std::move(text));
+        else
+            report_.warning(code, offset, std::move(text));
     }
 
     bool isOlderThanData(const fs::path& path) const {
@@ -300,13 +388,13 @@ private:
     void compareSummary() {
         if (!all_.any || records_ != counted_) return;
         report_.enterFile(dataPath_.string());
-        for (std::size_t i = 0; i < layout_.summary.size(); ++i) {
-            const std::optional<std::int32_t> real = all_.valueOf(layout_.summary[i]);
+        for (std::size_t i = 0; i < layout_->summary.size(); ++i) {
+            const std::optional<std::int32_t> real = all_.valueOf(layout_->summary[i]);
             const auto stored = static_cast<std::int32_t>(summary_[i]);
-            if (real && *real != stored) {
-                report_.error("summary-extent", (identityWords + i) * wordSize,
+            if (real && differs(layout_->summary[i], stored, *real)) {
+                extentFinding("summary-extent", (identityWords + i) * wordSize,
                               fmt::format("{} is {} in the summary, {} in the records",
-                                          layout_.summary[i].name, stored, *real));
+                                          layout_->summary[i].name, stored, *real));
             }
         }
     }
@@ -320,18 +408,18 @@ private:
             const RawSegment& segment = segments_[s];
             if (!segment.real.any) continue;
             ++compared;
-            bool timesDiffer = true;
+            bool timesDiffer = layout_->extentsAreExact();
             for (std::size_t i = 0; i < segment.extents.size(); ++i) {
-                const Word& word = layout_.segmentExtents[i];
+                const Word& word = layout_->segmentExtents[i];
                 const std::optional<std::int32_t> real = segment.real.valueOf(word);
                 const auto stored = static_cast<std::int32_t>(segment.extents[i]);
                 if (!real) continue;
                 const bool isTime = word.role == Role::minTime || word.role == Role::maxTime;
-                if (*real == stored) {
+                if (!differs(word, stored, *real)) {
                     timesDiffer = timesDiffer && !isTime;
                     continue;
                 }
-                report_.error(
+                extentFinding(
                     "segment-extent", segment.extentsOffset + i * wordSize,
                     fmt::format("segment {}: {} is {}, {} in its records", s + 1, word.name, stored, *real));
             }
@@ -373,7 +461,7 @@ private:
 
     const LinePath& line_;
     const Family& family_;
-    const Layout& layout_;
+    const Layout* layout_;
     Report& report_;
     Progress& progress_;
     fs::path dataPath_;
@@ -384,6 +472,15 @@ private:
     std::vector<std::uint32_t> summary_;
     std::optional<std::uint64_t> counted_; // records, by the summary
     std::uint64_t records_ = 0;            // that are counted and there
+    struct CountedItems {
+        std::uint64_t value = 0;
+        std::uint64_t offset = 0;
+    };
+    CountedItems countedItems_; // by the summary
+    std::uint64_t items_ = 0;
+    std::uint64_t countOffset_ = 0;
+    std::uint64_t begun_ = 0; // the record that is being read
+    bool isWithoutRecords_ = false;
     std::vector<RawSegment> segments_;
     std::optional<TimeIndex> index_;
     Range all_;

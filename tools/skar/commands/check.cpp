@@ -128,8 +128,7 @@ Run declareCheck(CLI::App& app) {
                    "List at most that many findings of one kind in one file; 0: all")
         ->capture_default_str()
         ->type_name("N");
-    app.footer("Reads every byte of every time series and track and holds data file, LineSegments and TmIdx "
-               "against each\n"
+    app.footer("Reads every byte of every sensor and holds data file, LineSegments and TmIdx against each\n"
                "other. A finding is a line file:offset: severity: code: text. The exit status is 1 when "
                "there is an error;\n"
                "warnings, such as times that go back, leave it 0. Nothing is changed.\n"
