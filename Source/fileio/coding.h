@@ -51,9 +51,20 @@ inline double TELD_DecodeRadians(std::int32_t value) noexcept {
     return value / 1e7;
 }
 
+// Steps of 1e-6.
+inline bool TELD_EncodeSeconds(double seconds, std::uint32_t& word) noexcept {
+    return roundToWord(seconds * 1e6, word);
+}
+inline double TELD_DecodeSeconds(std::int32_t value) noexcept {
+    return value / 1e6;
+}
+
 // The reference minute of a file, from the time of its first record in seconds.
 inline bool TELD_EncodeRefTime(double seconds, std::uint32_t& word) noexcept {
     return roundToWord(seconds / 60.0, word);
+}
+inline double TELD_DecodeRefTime(std::int32_t minutes) noexcept {
+    return minutes * 60.0;
 }
 
 // Ticks of the clock from the reference minute.
@@ -78,6 +89,25 @@ inline bool TELD_EncodePosition(double position, std::int32_t reference, std::in
 }
 inline double TELD_DecodePosition(std::int32_t value, std::int32_t reference, std::int32_t scale) noexcept {
     return static_cast<double>(value) * scale * 1e-9 + reference * 1e-7;
+}
+
+// Steps of scale * 1e-9 from a profile's position. The product of value and scale is one of 32 bits.
+inline bool TELD_EncodeDepthPosition(double position, double reference, std::int32_t scale,
+                                     std::uint32_t& word) noexcept {
+    return roundToWord((position - reference) / (scale * 1e-9), word);
+}
+inline double TELD_DecodeDepthPosition(double reference, std::int32_t value, std::int32_t scale) noexcept {
+    const std::uint32_t product = static_cast<std::uint32_t>(value) * static_cast<std::uint32_t>(scale);
+    return static_cast<std::int32_t>(product) * 1e-9 + reference;
+}
+
+// Ticks of a clock from a profile's time.
+inline bool TELD_EncodeDepthTime(double seconds, double reference, std::int32_t scale,
+                                 std::uint32_t& word) noexcept {
+    return roundToWord((seconds - reference) * scale, word);
+}
+inline double TELD_DecodeDepthTime(double reference, std::int32_t scale, std::int32_t value) noexcept {
+    return static_cast<double>(value) / scale + reference;
 }
 
 // The value codings that a handle carries: steps of 0.001 and, for the fine sensors, of 1e-7.

@@ -37,11 +37,7 @@ inline int roomForIndexEntry(_TELD_Sensor& sensor) {
 // Enters a record in the room that was made. A record is entered once it was written: one that could not be
 // must not shift the numbers of those after it.
 inline void enterInIndex(_TELD_Sensor& sensor, std::int32_t encodedTime, std::int64_t offset) {
-    _TELD_TmIdxSet& set = *sensor.lastTmIdxSet;
-    if (encodedTime < set.minTime) set.minTime = encodedTime;
-    if (encodedTime > set.maxTime) set.maxTime = encodedTime;
-    set.offsets[set.numRecords++] = {encodedTime, static_cast<std::int32_t>(offset)};
-    sensor.state->index.countEntry();
+    sensor.state->index.enter(*sensor.lastTmIdxSet, encodedTime, static_cast<std::int32_t>(offset));
 }
 
 } // namespace skar::fileio

@@ -11,20 +11,19 @@ namespace {
 using SKAR::IO::ProcessedDepths::Depth;
 using Header = ProfileHeader;
 
-// A beam's position in steps of secondaryPositionScale * 1e-9 from its profile's. The product of value and
-// scale is one of 32 bits.
+// A beam's position in steps of secondaryPositionScale * 1e-9 from its profile's.
 template <double ProfileState::*Profile>
 struct BeamPosition {
     static constexpr const char* wordType = "int";
     static constexpr const char* meaning =
         "radians: (p - profile position) / (secondaryPositionScale * 1e-9), rounded";
     static bool encode(const Scale& scale, double value, std::uint32_t& word) noexcept {
-        return roundToWord((value - profileState(scale).*Profile) / (scale.secondaryPositionScale * 1e-9),
-                           word);
+        return TELD_EncodeDepthPosition(value, profileState(scale).*Profile, scale.secondaryPositionScale,
+                                        word);
     }
     static double decode(const Scale& scale, std::uint32_t word) noexcept {
-        const std::uint32_t product = word * static_cast<std::uint32_t>(scale.secondaryPositionScale);
-        return static_cast<std::int32_t>(product) * 1e-9 + profileState(scale).*Profile;
+        return TELD_DecodeDepthPosition(profileState(scale).*Profile, static_cast<std::int32_t>(word),
+                                        scale.secondaryPositionScale);
     }
 };
 using BeamLatitude = BeamPosition<&ProfileState::latitude>;

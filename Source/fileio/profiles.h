@@ -115,11 +115,11 @@ struct ProfileTime {
     static constexpr const char* wordType = "int";
     static constexpr const char* meaning = "seconds: (t - profile time) * secondaryClockAccuracy, rounded";
     static bool encode(const Scale& scale, double value, std::uint32_t& word) noexcept {
-        return roundToWord((value - profileState(scale).time) * scale.secondaryClockAccuracy, word);
+        return TELD_EncodeDepthTime(value, profileState(scale).time, scale.secondaryClockAccuracy, word);
     }
     static double decode(const Scale& scale, std::uint32_t word) noexcept {
-        return static_cast<double>(static_cast<std::int32_t>(word)) / scale.secondaryClockAccuracy +
-               profileState(scale).time;
+        return TELD_DecodeDepthTime(profileState(scale).time, scale.secondaryClockAccuracy,
+                                    static_cast<std::int32_t>(word));
     }
 };
 

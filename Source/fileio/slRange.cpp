@@ -18,7 +18,7 @@ struct Travel {
         return lowWord(value * 1000000.0, word);
     }
     static double decode(const Scale&, std::uint32_t word) noexcept {
-        return static_cast<std::int32_t>(word) / 1e6;
+        return TELD_DecodeSeconds(static_cast<std::int32_t>(word));
     }
 };
 

@@ -23,6 +23,13 @@ SKAR_EXPORT int SKARResolveShortcut(const wchar_t* path, int flag, wchar_t* buff
    made. */
 SKAR_EXPORT int SKARGetFileInfo(const wchar_t* path, wchar_t** description, wchar_t** version);
 
+/* The last-error word of the calling thread, 0 at its start, in the numbers that the store knows: file
+   operations of the library set it when they fail, and one that makes a file to 0 or 183. The opening of an
+   attribute file looks at it even where it went well; a caller that has no use for what failed before sets it
+   to 0 first. */
+SKAR_EXPORT uint32_t SKARGetLastError(void);
+SKAR_EXPORT void SKARSetLastError(uint32_t code);
+
 #ifdef __cplusplus
 
 #include <skar/strings.h>

@@ -30,10 +30,14 @@
 #include <skar/xml.h>
 
 #ifdef __cplusplus
+#include <skar/attributetypes.h>
 #include <skar/cstring.h>
+#include <skar/datafile.h>
 #include <skar/errors.h>
 #include <skar/files.h>
 #include <skar/project.h>
+#include <skar/rawdataindex.h>
+#include <skar/rmsfiles.h>
 #include <skar/sensortype.h>
 #include <skar/strings.h>
 #endif
