@@ -1,5 +1,5 @@
-#include "largestblock.h"
 #include "support/flat_families.h"
+#include "support/largestblock.h"
 
 #include <chrono>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "largestblock.h"
+#include "support/largestblock.h"
 
 #include <cstdlib>
 #include <new>
