@@ -62,7 +62,7 @@ bool knownCode(std::uint32_t code) {
     return false;
 }
 
-// A file with a value of each type in its summary and in its three records.
+// A file with a value of each type in its summary and in its two records.
 class HostileFiles : public AttributeFiles {
 protected:
     HostileFiles() {
@@ -80,7 +80,7 @@ protected:
                 file.AddAttribute(row.type, MORVAUString(row.name));
                 file.SetSummaryAttribute(static_cast<int>(row.type), values.back(), counts.back());
             }
-            for (int i = 0; i < 3; ++i)
+            for (int i = 0; i < 2; ++i)
                 EXPECT_EQ(0u, file.WriteRecord(100.0 + i, 0, values, counts));
         }
         data = line.bytes("Test");
@@ -88,7 +88,6 @@ protected:
     }
     // Opens in both accesses, within time and memory; what the query gave.
     ReadAll survive(const std::string& what) {
-        const std::string before = line.bytes("Test");
         ReadAll result;
         for (const auto access : {SKARDataFile::query, SKARDataFile::update}) {
             largestBlock = 0;
@@ -100,7 +99,6 @@ protected:
             EXPECT_TRUE(knownCode(static_cast<std::uint32_t>(got.open))) << what << " gives " << got.open;
             EXPECT_TRUE(got.first == 77 || knownCode(got.first)) << what << " gives " << got.first;
         }
-        line.write("Test", before);
         return result;
     }
 
@@ -113,7 +111,7 @@ protected:
 TEST_F(HostileFiles, TheWholeFileReads) {
     const ReadAll all = survive("whole");
     EXPECT_EQ(0, all.open);
-    EXPECT_EQ(6u, all.whole);
+    EXPECT_EQ(4u, all.whole);
 }
 
 TEST_F(HostileFiles, CutAtEveryByte) {
@@ -138,12 +136,11 @@ TEST_F(HostileFiles, CutAtEveryByte) {
 TEST_F(HostileFiles, EveryWordAtItsExtremes) {
     for (const bool ofData : {true, false}) {
         const std::string& whole = ofData ? data : index;
+        line.write("TestTmIdx", index);
         for (std::size_t at = 0; at + 4 <= whole.size(); at += 4) {
             for (const std::uint32_t word :
-                 {0u, 1u, 3u, 4u, 5u, 20u, 255u, 0x10000u, 0x3FFFFFFFu, 0x40000000u, 0x55555556u, 0x7FFFFFFFu,
-                  0x80000000u, 0xFFFFFFF0u, 0xFFFFFFFCu, 0xFFFFFFFFu}) {
-                line.write("Test", data);
-                line.write("TestTmIdx", index);
+                 {0u, 3u, 20u, 0x3FFFFFFFu, 0x55555556u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+                if (!ofData) line.write("Test", data);
                 line.write(ofData ? "Test" : "TestTmIdx", withWord(whole, at, word));
                 survive((ofData ? "data word " : "index word ") + std::to_string(at) + " = " +
                         std::to_string(word));
