@@ -62,11 +62,16 @@ bool knownCode(std::uint32_t code) {
 }
 
 // A file with a value of each type in its summary and in its two records.
-class HostileFiles : public AttributeFiles {
+// In memory: thousands of files that are cut short and written anew would wait for a real disk.
+class HostileFiles : public testing::Test {
 protected:
     HostileFiles() {
+        disk.put("/survey/line/Other", "");
+        SKARSetLastError(0);
         {
-            OpenDataFile file = create();
+            long status = 77;
+            OpenDataFile file(folder, L"Test", L"a.raw", sensorNumber, SKARDataFile::create, 4, status, true);
+            EXPECT_EQ(0, status);
             std::uint64_t elements[] = {0x0101010101010101, 2, 3};
             char text[] = "text";
             Values values;
@@ -82,8 +87,8 @@ protected:
             for (int i = 0; i < 2; ++i)
                 EXPECT_EQ(0u, file.WriteRecord(100.0 + i, 0, values, counts));
         }
-        data = line.bytes("Test");
-        index = line.bytes("TestTmIdx");
+        data = disk.bytes("/survey/line/Test");
+        index = disk.bytes("/survey/line/TestTmIdx");
     }
     // Opens in both accesses, within time and memory; what the query gave.
     ReadAll survive(const std::string& what) {
@@ -91,7 +96,7 @@ protected:
         for (const auto access : {SKARDataFile::query, SKARDataFile::update}) {
             largestBlock = 0;
             const ProcessorTime spent;
-            const ReadAll got = readAll(line.path(), access);
+            const ReadAll got = readAll(folder, access);
             if (access == SKARDataFile::query) result = got;
             EXPECT_LT(spent.seconds(), hostileLimit) << what;
             EXPECT_LE(largestBlock, mostMemory) << what;
@@ -101,6 +106,10 @@ protected:
         return result;
     }
 
+    void write(const std::string& name, std::string_view bytes) { disk.put("/survey/line/" + name, bytes); }
+
+    static constexpr const wchar_t* folder = L"/survey/line";
+    FaultBackend disk;
     const QuietOutput quiet;
     const LogCapture log{0};
     std::string data;
@@ -116,16 +125,16 @@ TEST_F(HostileFiles, TheWholeFileReads) {
 TEST_F(HostileFiles, CutAtEveryByte) {
     const std::size_t records = 16 + wordAt(data, 16);
     for (std::size_t size = 0; size < data.size(); ++size) {
-        line.write("Test", std::string_view(data).substr(0, size));
+        write("Test", std::string_view(data).substr(0, size));
         const ReadAll got = survive("cut to " + std::to_string(size));
         EXPECT_EQ(size < 16 ? 5000027 : size < records ? 5000026 : 0, got.open) << size;
         if (size >= records) {
             EXPECT_EQ(5000058u, got.last) << size;
         }
     }
-    line.write("Test", data);
+    write("Test", data);
     for (std::size_t size = 0; size < index.size(); ++size) {
-        line.write("TestTmIdx", std::string_view(index).substr(0, size));
+        write("TestTmIdx", std::string_view(index).substr(0, size));
         const ReadAll got = survive("index cut to " + std::to_string(size));
         EXPECT_EQ(0, got.open);
         EXPECT_EQ(5000064u, got.last) << size;
@@ -135,12 +144,12 @@ TEST_F(HostileFiles, CutAtEveryByte) {
 TEST_F(HostileFiles, EveryWordAtItsExtremes) {
     for (const bool ofData : {true, false}) {
         const std::string& whole = ofData ? data : index;
-        line.write("TestTmIdx", index);
+        write("TestTmIdx", index);
         for (std::size_t at = 0; at + 4 <= whole.size(); at += 4) {
             for (const std::uint32_t word :
                  {0u, 3u, 20u, 0x3FFFFFFFu, 0x55555556u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
-                if (!ofData) line.write("Test", data);
-                line.write(ofData ? "Test" : "TestTmIdx", withWord(whole, at, word));
+                if (!ofData) write("Test", data);
+                write(ofData ? "Test" : "TestTmIdx", withWord(whole, at, word));
                 survive((ofData ? "data word " : "index word ") + std::to_string(at) + " = " +
                         std::to_string(word));
                 if (HasFailure()) return;

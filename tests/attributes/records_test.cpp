@@ -484,6 +484,8 @@ TEST_F(AttributeFiles, LookingAtTheSizeDoesNotMislead) {
     EXPECT_EQ(static_cast<int>(SummaryWords().file().size()), offset);
     number = 9;
     EXPECT_EQ(5000064u, file.RecalcByteOffset(number, offset));
+    EXPECT_EQ(0u, file.ReadRecord(time, status, values, 3));
+    EXPECT_EQ(5000058u, file.GetCurrentRecordSize(size)) << "the file ends";
 }
 
 TEST_F(AttributeFiles, AFileOfVersionOneReads) {

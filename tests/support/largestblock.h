@@ -11,4 +11,13 @@ extern std::atomic<std::size_t> largestBlock;
 // What a file may make the library ask for.
 constexpr std::size_t mostMemory = 64u << 20;
 
+// While it lives a request for that many bytes or more is refused as if there were no memory.
+class RefusedMemory {
+public:
+    explicit RefusedMemory(std::size_t from);
+    ~RefusedMemory();
+    RefusedMemory(const RefusedMemory&) = delete;
+    RefusedMemory& operator=(const RefusedMemory&) = delete;
+};
+
 } // namespace skar::tests
