@@ -43,7 +43,13 @@ struct Options {
     double longitude = 10.5;
     double waveHeight = 1.0;
     double wavePeriod = 7.5;
-    std::vector<std::string> sensors = {"Navigation", "Gyro", "Heave", "Pitch", "Roll", "Tide"};
+    std::optional<std::uint64_t> pings;
+    double pingRate = 2.0;
+    std::uint32_t beams = 256;
+    double openingAngle = 120.0;
+    double depth = 30.0;
+    double outliers = 0.002;
+    std::vector<std::string> sensors = {"series"};
     bool force = false;
 };
 
@@ -60,6 +66,7 @@ struct Plan {
     Voyage voyage;
     double motionRate = 0.0;
     std::uint64_t motionRecords = 0;
+    std::uint64_t pings = 0;
     double positionRate = 0.0;
     std::uint32_t segments = 1;
     std::vector<const Family*> sensors;
@@ -70,6 +77,8 @@ struct Plan {
             return 1.0 / motionRate;
         case Pace::position:
             return 1.0 / positionRate;
+        case Pace::ping:
+            return 1.0 / voyage.swath.pingRate;
         case Pace::slow:
             break;
         }
@@ -77,6 +86,7 @@ struct Plan {
     }
     std::uint64_t recordsOf(const Family& family) const {
         if (paceOf(family) == Pace::motion) return motionRecords;
+        if (paceOf(family) == Pace::ping) return pings;
         // The slow sensors reach to the end, so that there is something to interpolate towards.
         const double count = voyage.duration / stepOf(family);
         return std::max<std::uint64_t>(1, paceOf(family) == Pace::slow
@@ -85,25 +95,50 @@ struct Plan {
     }
 };
 
+// Names that stand for several sensors.
+struct Group {
+    const char* name;
+    std::vector<const char*> sensors;
+};
+
+const std::vector<Group>& groups() {
+    static const std::vector<Group> table = {
+        {"series", {"Navigation", "Gyro", "Heave", "Pitch", "Roll", "Tide"}},
+        {"swath", {"ObservedDepths", "ProcessedDepths", "SLRange", "TPE", "SSP"}},
+    };
+    return table;
+}
+
+void addSensors(std::vector<const Family*>& sensors, const std::string& name) {
+    if (name == "all") {
+        for (const Family& family : families()) {
+            if (isSimulated(family)) sensors.push_back(&family);
+        }
+        return;
+    }
+    const auto group = std::ranges::find(groups(), name, &Group::name);
+    if (group != groups().end()) {
+        for (const char* each : group->sensors)
+            sensors.push_back(findFamily(each));
+        return;
+    }
+    const Family* const family = findFamily(name);
+    if (family == nullptr || !isSimulated(*family)) {
+        std::string known = "all";
+        for (const Group& row : groups())
+            known += fmt::format(", {}", row.name);
+        for (const Family& row : families()) {
+            if (isSimulated(row)) known += fmt::format(", {}", row.name);
+        }
+        usage(fmt::format("--sensors {}: no such sensor; known are {}", printable(name), known));
+    }
+    sensors.push_back(family);
+}
+
 Plan makePlan(const Options& options) {
     Plan plan;
-    for (const std::string& name : options.sensors) {
-        if (name == "all") {
-            for (const Family& family : families()) {
-                if (isSimulated(family)) plan.sensors.push_back(&family);
-            }
-            continue;
-        }
-        const Family* const family = findFamily(name);
-        if (family == nullptr || !isSimulated(*family)) {
-            std::string known;
-            for (const Family& row : families()) {
-                if (isSimulated(row)) known += fmt::format("{}{}", known.empty() ? "" : ", ", row.name);
-            }
-            usage(fmt::format("--sensors {}: no such sensor; known are all, {}", printable(name), known));
-        }
-        plan.sensors.push_back(family);
-    }
+    for (const std::string& name : options.sensors)
+        addSensors(plan.sensors, name);
     std::ranges::sort(plan.sensors);
     plan.sensors.erase(std::ranges::unique(plan.sensors).begin(), plan.sensors.end());
 
@@ -115,8 +150,12 @@ Plan makePlan(const Options& options) {
 
     Voyage& voyage = plan.voyage;
     constexpr double usualDuration = 3600.0;
-    voyage.duration = options.records ? static_cast<double>(*options.records) / plan.motionRate
-                                      : options.duration.value_or(usualDuration);
+    if (options.records)
+        voyage.duration = static_cast<double>(*options.records) / plan.motionRate;
+    else if (options.pings)
+        voyage.duration = static_cast<double>(*options.pings) / options.pingRate;
+    else
+        voyage.duration = options.duration.value_or(usualDuration);
     if (voyage.duration > longestDuration) {
         usage(fmt::format("a line of {:.0f} s is longer than the store can time, {:.0f} s; raise --rate",
                           voyage.duration, longestDuration));
@@ -124,9 +163,17 @@ Plan makePlan(const Options& options) {
     plan.motionRecords =
         options.records.value_or(static_cast<std::uint64_t>(std::llround(voyage.duration * plan.motionRate)));
     plan.motionRecords = std::max<std::uint64_t>(plan.motionRecords, 1);
+    plan.pings = options.pings.value_or(std::max<std::uint64_t>(
+        1, static_cast<std::uint64_t>(std::llround(voyage.duration * options.pingRate))));
+    voyage.swath = {options.pingRate, options.beams, radians(options.openingAngle), options.depth,
+                    options.outliers};
     for (const Family* family : plan.sensors) {
-        if (plan.recordsOf(*family) > mostRecords)
+        const std::uint64_t records = plan.recordsOf(*family);
+        if (records > mostRecords)
             usage(fmt::format("{} would have more than {} records", family->name, mostRecords));
+        if (family->hasItems() && records * options.beams > mostRecords)
+            usage(
+                fmt::format("{} would have more than {} {}s", family->name, mostRecords, family->items.item));
     }
 
     const std::optional<double> start = parseTime(options.start);
@@ -165,6 +212,7 @@ struct Written {
     std::uint64_t records = 0;
     std::uint32_t segments = 0;
     double rate = 0.0;
+    std::uint64_t items = 0;
 };
 
 Written writeSensor(const LinePath& line, const Plan& plan, const Family& family, Progress& progress,
@@ -178,6 +226,7 @@ Written writeSensor(const LinePath& line, const Plan& plan, const Family& family
     OpenSet set(line, family, L"create");
     set.begin();
     Record record;
+    Record item;
     double segmentEnd = 0.0;
     for (std::uint64_t i = 0; i < written.records; ++i) {
         const double elapsed = static_cast<double>(i) * step;
@@ -194,7 +243,16 @@ Written writeSensor(const LinePath& line, const Plan& plan, const Family& family
         record.time = voyage.start + elapsed;
         source->next(record.time, record);
         set.write(record);
-        if (++done % 65536 == 0) progress.show(done);
+        if (family.hasItems()) {
+            item.time = record.time;
+            for (std::uint32_t beam = 0; beam < record.numItems; ++beam) {
+                source->item(beam, item);
+                set.writeItem(item);
+            }
+            set.endItems();
+            written.items += record.numItems;
+        }
+        if (++done % (family.hasItems() ? 64 : 65536) == 0) progress.show(done);
     }
     set.endSegment();
     set.finish();
@@ -214,11 +272,16 @@ void printText(const LinePath& line, const Plan& plan, const std::vector<Written
     fmt::print("Track   {} survey line{} of {:.0f} m at {} m/s\n", plan.voyage.lines,
                plan.voyage.lines == 1 ? "" : "s", plan.voyage.lineLength(), plan.voyage.speed);
     fmt::print("Signs   {}\n\n", conventions);
-    Table table(
-        {{"SENSOR"}, {"RECORDS", Align::right}, {"SEGMENTS", Align::right}, {"RATE [Hz]", Align::right}});
+    std::vector<Table::Column> columns = {
+        {"SENSOR"}, {"RECORDS", Align::right}, {"SEGMENTS", Align::right}, {"RATE [Hz]", Align::right}};
+    if (std::ranges::any_of(sets, [](const Written& set) { return set.items > 0; }))
+        columns.push_back({"BEAMS", Align::right});
+    Table table(columns);
     for (const Written& set : sets) {
-        table.add({set.family->name, fmt::to_string(set.records), fmt::to_string(set.segments),
-                   fmt::format("{:.4g}", set.rate)});
+        std::vector<std::string> cells = {set.family->name, fmt::to_string(set.records),
+                                          fmt::to_string(set.segments), fmt::format("{:.4g}", set.rate)};
+        if (set.items > 0) cells.push_back(fmt::to_string(set.items));
+        table.add(std::move(cells));
     }
     table.print();
 }
@@ -237,6 +300,7 @@ Json toJson(const LinePath& line, const Plan& plan, const std::vector<Written>& 
                                    {"records", set.records},
                                    {"segments", set.segments},
                                    {"rate", set.rate}});
+        if (set.items > 0) json["sensors"].back()["beams"] = set.items;
     }
     return json;
 }
@@ -293,6 +357,30 @@ Run declareSimulate(CLI::App& app) {
         ->check(CLI::Range(0.001, 1000.0))
         ->capture_default_str()
         ->type_name("HZ");
+    app.add_option("--pings", options->pings, "Pings of the echo sounder, instead of --duration or --records")
+        ->check(CLI::Range(std::uint64_t(1), mostRecords))
+        ->type_name("N")
+        ->excludes("--duration", "--records");
+    app.add_option("--ping-rate", options->pingRate, "Pings per second")
+        ->check(CLI::Range(0.01, 100.0))
+        ->capture_default_str()
+        ->type_name("HZ");
+    app.add_option("--beams", options->beams, "Beams of a ping")
+        ->check(CLI::Range(std::uint32_t(1), std::uint32_t(65535)))
+        ->capture_default_str()
+        ->type_name("N");
+    app.add_option("--swath-angle", options->openingAngle, "Opening angle of the swath in degrees")
+        ->check(CLI::Range(1.0, 150.0))
+        ->capture_default_str()
+        ->type_name("DEGREES");
+    app.add_option("--depth", options->depth, "Depth of the sea floor at the start in metres")
+        ->check(CLI::Range(2.0, 8000.0))
+        ->capture_default_str()
+        ->type_name("METRES");
+    app.add_option("--outliers", options->outliers, "Share of false beams; they are written as rejected")
+        ->check(CLI::Range(0.0, 0.5))
+        ->capture_default_str()
+        ->type_name("SHARE");
     app.add_option("--lines", options->lines,
                    "Parallel survey lines joined by turns (default 1, or lines of about 10 km on a long way)")
         ->check(CLI::Range(std::uint32_t(1), std::uint32_t(100'000)))
@@ -329,14 +417,17 @@ Run declareSimulate(CLI::App& app) {
         ->check(CLI::Range(2.0, 25.0))
         ->capture_default_str()
         ->type_name("SECONDS");
-    app.add_option("--sensors", options->sensors, "Sensors to write, separated by commas, or all")
+    app.add_option("--sensors", options->sensors,
+                   "Sensors to write, separated by commas; series, swath and all stand for several")
         ->delimiter(',')
         ->capture_default_str()
         ->type_name("LIST");
     app.add_flag("--force", options->force, "Write over sensors that are in the line already");
     app.footer(
         "Makes the directories of the line where they are missing, and the root too if its parent exists.\n"
-        "Tide, draft and cable are sampled once a minute.\n"
+        "Tide, draft, cable and sound speed are sampled once a minute. The swath is that of a multibeam "
+        "echo\n"
+        "sounder over a sloping floor with sand waves and a wreck; its rays are straight.\n"
         "Example:  skar simulate store/project/vessel/2024-153/0001 --lines 4 --duration 7200");
     return [options](const Common& common) { return run(*options, common); };
 }

@@ -3,6 +3,7 @@
 #include "commands/dump.h"
 #include "commands/import.h"
 #include "commands/info.h"
+#include "commands/plot.h"
 #include "commands/simulate.h"
 
 #include <vector>
@@ -15,6 +16,7 @@ std::span<const Command> commands() {
         {"dump", "Print the records of a sensor", declareDump},
         {"check", "Look for inconsistencies in the files of a line", declareCheck},
         {"import", "Write the sensors of raw files into a line", declareImport},
+        {"plot", "Draw track, depths and motion of a line", declarePlot},
         {"simulate", "Write a line with a simulated vessel", declareSimulate},
     };
     return table;

@@ -56,7 +56,7 @@ Track::Local Track::local(double distance) const {
 }
 
 Track::Point Track::at(double time, double astern, double northOffset, double eastOffset) const {
-    const Local place = local(voyage_.speed * (time - voyage_.start) - astern);
+    const Local place = localAt(time, astern);
     const double cosine = std::cos(voyage_.heading);
     const double sine = std::sin(voyage_.heading);
     const double north = place.along * cosine - place.starboard * sine + northOffset;
@@ -69,8 +69,12 @@ Track::Point Track::at(double time, double astern, double northOffset, double ea
     return point;
 }
 
+Track::Local Track::localAt(double time, double astern) const {
+    return local(voyage_.speed * (time - voyage_.start) - astern);
+}
+
 double Track::courseAt(double time, double astern) const {
-    return voyage_.heading + local(voyage_.speed * (time - voyage_.start) - astern).turned;
+    return voyage_.heading + localAt(time, astern).turned;
 }
 
 } // namespace skar::tool

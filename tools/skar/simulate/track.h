@@ -18,12 +18,15 @@ public:
     Point at(double time, double astern = 0.0, double northOffset = 0.0, double eastOffset = 0.0) const;
     double courseAt(double time, double astern = 0.0) const;
 
-private:
+    // In metres and radians of the plane of the first line.
     struct Local {
         double along = 0.0;     // from the first position, in the first line's direction
         double starboard = 0.0; // of the first line
         double turned = 0.0;    // against the first line's heading
     };
+    Local localAt(double time, double astern = 0.0) const;
+
+private:
     Local local(double distance) const;
 
     Voyage voyage_;

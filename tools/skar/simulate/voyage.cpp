@@ -1,5 +1,6 @@
 #include "simulate/voyage.h"
 
+#include "simulate/swath.h"
 #include "simulate/track.h"
 #include "simulate/waves.h"
 
@@ -162,6 +163,11 @@ const Row table[] = {
      [](const Voyage& v, double step) {
          return series(wander(v.seed, towDepth, 1.0, 20.0, 600.0), step, [](double) { return 38.0; });
      }},
+    {"ObservedDepths", Pace::ping, [](const Voyage& v, double) { return observedDepthsOf(v); }},
+    {"ProcessedDepths", Pace::ping, [](const Voyage& v, double) { return processedDepthsOf(v); }},
+    {"SLRange", Pace::ping, [](const Voyage& v, double) { return rangesOf(v); }},
+    {"TPE", Pace::ping, [](const Voyage& v, double) { return uncertaintyOf(v); }},
+    {"SSP", Pace::slow, [](const Voyage& v, double) { return soundSpeedOf(v); }},
 };
 
 const Row* findRow(const Family& family) {

@@ -1,0 +1,79 @@
+#include "commands/plot.h"
+
+#include "commands/output.h"
+#include "plot/lineplot.h"
+#include "progress.h"
+
+#include <fmt/format.h>
+
+#include <memory>
+
+namespace skar::tool {
+
+namespace {
+
+struct Options {
+    std::string line;
+    std::string output;
+    int width = 1400;
+};
+
+void printText(const Pictured& pictured, const std::string& picture) {
+    Table table({{"SENSOR"}, {"RECORDS", Align::right}, {"BEAMS", Align::right}, {"LEFT OUT", Align::right}});
+    for (const Pictured::Sensor& sensor : pictured.sensors) {
+        const bool beams = sensor.items > 0;
+        table.add({sensor.name, fmt::to_string(sensor.records), beams ? fmt::to_string(sensor.items) : "",
+                   beams ? fmt::to_string(sensor.rejected) : ""});
+    }
+    table.print();
+    fmt::print("\nPicture of {} x {} pixels: {}\n", pictured.width, pictured.height, printable(picture));
+}
+
+Json toJson(const Pictured& pictured, const std::string& picture) {
+    Json json = {{"picture", picture},
+                 {"width", pictured.width},
+                 {"height", pictured.height},
+                 {"sensors", Json::array()}};
+    for (const Pictured::Sensor& sensor : pictured.sensors) {
+        json["sensors"].push_back({{"sensor", sensor.name},
+                                   {"records", sensor.records},
+                                   {"beams", sensor.items},
+                                   {"rejectedBeams", sensor.rejected}});
+    }
+    return json;
+}
+
+int run(const Options& options, const Common& common) {
+    const LinePath line = existingLine(options.line);
+    const std::string picture =
+        options.output.empty() ? line.native.filename().string() + ".png" : options.output;
+    Progress progress(common, 0);
+    const Pictured pictured = drawLine(line, picture, options.width, progress);
+    if (common.json)
+        printJson(toJson(pictured, picture));
+    else
+        printText(pictured, picture);
+    return exitSuccess;
+}
+
+} // namespace
+
+Run declarePlot(CLI::App& app) {
+    const auto options = std::make_shared<Options>();
+    app.add_option("LINE", options->line, "Directory of the line")->required();
+    app.add_option("--output,-o", options->output,
+                   "PNG file to write (default: the line's name with .png, here)")
+        ->type_name("FILE");
+    app.add_option("--width", options->width, "Width of the picture in pixels; its height follows the line")
+        ->check(CLI::Range(400, 8000))
+        ->capture_default_str()
+        ->type_name("PIXELS");
+    app.footer(
+        "Draws the track and the processed depths from above, turned so that the line runs from left to\n"
+        "right, the observed depths over time, and heave, pitch, roll, heading and tide. Beams that were\n"
+        "rejected are left out; depths beyond the 1st and 99th percentile have the colours of these.\n"
+        "Example:  skar plot store/project/vessel/2024-153/0001 -o line.png");
+    return [options](const Common& common) { return run(*options, common); };
+}
+
+} // namespace skar::tool
