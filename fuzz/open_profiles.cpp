@@ -31,9 +31,9 @@ public:
     }
     std::string_view part() {
         const std::size_t high = byte();
-        const std::size_t size = std::min(rest_.size(), high << 8 | byte());
-        const std::string_view taken = rest_.substr(0, size);
-        rest_.remove_prefix(size);
+        const std::size_t stated = high << 8 | byte();
+        const std::string_view taken = rest_.substr(0, stated);
+        rest_.remove_prefix(taken.size());
         return taken;
     }
 

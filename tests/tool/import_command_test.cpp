@@ -109,7 +109,8 @@ TEST_F(SkarImport, TheOutputStatesSignsTimesAndWhatStaysBehind) {
     const fs::path path = raw("a.all", file);
     const Outcome text = importInto(path.string());
     EXPECT_NE(text.out.find("Heave is positive downwards"), std::string::npos) << text.out;
-    EXPECT_NE(text.out.find("1 x quality factor 79: datagram not carried over"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("1 x quality factor 79: datagram not carried over"), std::string::npos)
+        << text.out;
     EXPECT_NE(text.out.find("UTC"), std::string::npos) << text.out;
     const Json json = importInto("--json --force " + path.string()).json();
     EXPECT_EQ(json["files"][0]["heaveSign"], "positive downwards");

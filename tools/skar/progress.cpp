@@ -21,13 +21,18 @@ bool isPersonWatching() {
 
 Progress::Progress(const Common& common, std::uint64_t total)
     : enabled_(common.progress && isPersonWatching()), total_(std::max<std::uint64_t>(total, 1)),
-      next_(Clock::now() + std::chrono::seconds(1)) {}
+      nextShow_(Clock::now() + std::chrono::seconds(1)) {}
+
+void Progress::next(std::string label, std::uint64_t total) {
+    label_ = std::move(label);
+    total_ = std::max<std::uint64_t>(total, 1);
+}
 
 void Progress::show(std::uint64_t done) {
     if (!enabled_) return;
     const Clock::time_point now = Clock::now();
-    if (now < next_) return;
-    next_ = now + std::chrono::milliseconds(200);
+    if (now < nextShow_) return;
+    nextShow_ = now + std::chrono::milliseconds(200);
     fmt::print(stderr, "\r\x1B[K{} {:3d}%", label_, std::min<std::uint64_t>(done, total_) * 100 / total_);
     std::fflush(stderr);
     shown_ = true;

@@ -18,6 +18,8 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     void setLabel(std::string label) { label_ = std::move(label); }
+    // The next of several things to count, up to a total of its own.
+    void next(std::string label, std::uint64_t total);
     // done: of the total, from its start. To be called every few thousand records.
     void show(std::uint64_t done);
     void wipe();
@@ -28,7 +30,7 @@ private:
     bool shown_ = false;
     std::uint64_t total_;
     std::string label_;
-    Clock::time_point next_;
+    Clock::time_point nextShow_;
 };
 
 } // namespace skar::tool

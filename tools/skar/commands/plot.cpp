@@ -33,12 +33,20 @@ Json toJson(const Pictured& pictured, const std::string& picture) {
     Json json = {{"picture", picture},
                  {"width", pictured.width},
                  {"height", pictured.height},
-                 {"sensors", Json::array()}};
+                 {"sensors", Json::array()},
+                 {"panels", Json::array()}};
     for (const Pictured::Sensor& sensor : pictured.sensors) {
         json["sensors"].push_back({{"sensor", sensor.name},
                                    {"records", sensor.records},
                                    {"beams", sensor.items},
                                    {"rejectedBeams", sensor.rejected}});
+    }
+    for (const Pictured::Panel& panel : pictured.panels) {
+        json["panels"].push_back({{"panel", panel.name},
+                                  {"left", panel.left},
+                                  {"top", panel.top},
+                                  {"width", panel.width},
+                                  {"height", panel.height}});
     }
     return json;
 }

@@ -61,6 +61,10 @@ std::optional<Present> present(const LinePath& line, const char* name) {
     return found;
 }
 
+void note(Pictured& pictured, const char* name, const Box& box) {
+    pictured.panels.push_back({name, box.left, box.top, box.width, box.height});
+}
+
 // A plane that touches the earth at a position, turned so that what was measured lies along the picture.
 class Plane {
 public:
@@ -193,6 +197,7 @@ public:
 
     void draw(const Canvas& canvas, double top, Progress& progress, Pictured& pictured) {
         const Box box{leftMargin, top, width_, height_};
+        note(pictured, "map", box);
         if (depths_) drawSwath(canvas, box, progress, pictured);
         if (track_) pictured.sensors.push_back({"Navigation", track_->summary.records});
         canvas.colour(black);
@@ -221,7 +226,7 @@ private:
         Pictured::Sensor sensor{"ProcessedDepths", depths_->summary.records, depths_->summary.items};
         Record ping;
         Record beam;
-        progress.setLabel("reading ProcessedDepths");
+        progress.next("reading ProcessedDepths", depths_->summary.records);
         for (std::uint32_t number = 1; number <= depths_->summary.records; ++number) {
             depths_->set->read(number, ping);
             for (std::uint32_t i = 0; i < ping.numItems; ++i) {
@@ -304,7 +309,8 @@ public:
               Pictured& pictured) {
         const std::uint32_t pings = depths_->summary.records;
         Pictured::Sensor sensor{"ObservedDepths", pings, depths_->summary.items};
-        progress.setLabel("reading ObservedDepths");
+        note(pictured, "swath", box);
+        progress.next("reading ObservedDepths", pings);
         const Span across = reach();
         const Axis side = Axis::rounded(across.min, across.max, box.top, box.bottom(), 6);
         Raster raster(static_cast<int>(box.width), static_cast<int>(box.height));
@@ -400,7 +406,8 @@ public:
               Pictured& pictured) {
         const std::uint32_t records = series_->summary.records;
         pictured.sensors.push_back({name_, records});
-        progress.setLabel(fmt::format("reading {}", name_));
+        note(pictured, name_, box);
+        progress.next(fmt::format("reading {}", name_), records);
         struct Column {
             Span values;
             double first = 0.0;

@@ -18,7 +18,16 @@ struct Pictured {
         std::uint64_t items = 0;    // beams
         std::uint64_t rejected = 0; // beams left out for their status
     };
+    // Where in the picture, in pixels.
+    struct Panel {
+        std::string name;
+        double left = 0.0;
+        double top = 0.0;
+        double width = 0.0;
+        double height = 0.0;
+    };
     std::vector<Sensor> sensors;
+    std::vector<Panel> panels;
     int width = 0;
     int height = 0;
 };

@@ -38,6 +38,7 @@ SeaFloor::SeaFloor(std::uint64_t seed, double depth, double lineLength) : depth_
         ripples_.push_back({0.004 * length, 2.0 * pi / length * std::cos(direction),
                             2.0 * pi / length * std::sin(direction), dice.between(0.0, 2.0 * pi)});
     }
+    hasWreck_ = lineLength > 5.0 * wreckLength;
     wreckAlong_ = lineLength * dice.between(0.45, 0.55);
     wreckStarboard_ = depth * dice.between(0.35, 0.6);
     const double heading = dice.between(0.1, 0.9) * pi;
@@ -50,7 +51,7 @@ double SeaFloor::wreck(double along, double starboard) const {
     const double east = starboard - wreckStarboard_;
     const double x = north * wreckCosine_ + east * wreckSine_;
     const double y = east * wreckCosine_ - north * wreckSine_;
-    if (std::abs(x) > wreckLength || std::abs(y) > wreckLength) return 0.0;
+    if (!hasWreck_ || std::abs(x) > wreckLength || std::abs(y) > wreckLength) return 0.0;
     // The hull narrows towards bow and stern and is broken open behind the bridge.
     const double waist = std::max(0.0, 1.0 - std::pow(2.0 * x / wreckLength, 4.0));
     const double hull =

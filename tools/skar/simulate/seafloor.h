@@ -31,6 +31,7 @@ private:
     double waveHeight_;
     double waveNumber_;
     std::vector<Ripple> ripples_;
+    bool hasWreck_;
     double wreckAlong_;
     double wreckStarboard_;
     double wreckCosine_;
