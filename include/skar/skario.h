@@ -3,6 +3,7 @@
 
 /* All of the library's interface. */
 #include <skar/codes.h>
+#include <skar/contact.h>
 #include <skar/eventmark.h>
 #include <skar/export.h>
 #include <skar/installation.h>
@@ -30,6 +31,7 @@
 #include <skar/xml.h>
 
 #ifdef __cplusplus
+#include <skar/amplitude.h>
 #include <skar/attributetypes.h>
 #include <skar/cstring.h>
 #include <skar/datafile.h>
