@@ -1,6 +1,7 @@
 #include "raw_bytes.h"
 
 #include "import/georeference.h"
+#include "import/gsf.h"
 #include "import/kongsbergall.h"
 #include "import/kongsbergswath.h"
 
@@ -261,4 +262,60 @@ TEST(Georeference, ABeamLiesByItsHeadingOnTheEllipsoid) {
     const auto under = high.below(0.0, 0.0, 8000.0);
     EXPECT_NEAR(under.latitude, 1.2, 1e-11);
     EXPECT_NEAR(under.longitude, -2.0, 1e-12);
+}
+
+namespace {
+
+// A file of a header and one ping of two beams, depths scaled by 100 in two bytes and the rest likewise.
+RawBytes gsfFile(unsigned beams = 2) {
+    RawBytes ping(ByteOrder::big);
+    ping.i32(1'541'193'704).u32(500'000'000).i32(-645'970'738).i32(178'471'517);
+    ping.u16(beams).u16(1).u16(1).u16(0).i16(0).i32(0).u16(27'000).zeros(56 - 32);
+    ping.u32(100U << 24U | 40U).u32(3);
+    for (const unsigned array : {1U, 2U, 4U})
+        ping.u8(array).u8(0x20).u16(0).u32(array == 4 ? 1000 : 100).i32(array == 1 ? -1000 : 0);
+    ping.u32(1U << 24U | 4U).u16(1050).u16(2000).u32(2U << 24U | 4U).i16(-700).i16(800);
+    ping.u32(4U << 24U | 4U).u16(100).u16(200).u32(16U << 24U | 2U).u8(0).u8(5);
+    ping.u32(134U << 24U | 11U).u16(302).u16(1).u16(101).u16(15'000).zeros(2);
+    RawBytes file(ByteOrder::big);
+    file.u32(12).u32(1).text("GSF-v03.07").zeros(2);
+    return file.u32(ping.size()).u32(2).add(ping);
+}
+
+} // namespace
+
+TEST(Gsf, APingIsScaledFlaggedAndClippedWhereItsLastPartClaimsTooMuch) {
+    RawBytes file = gsfFile();
+    ASSERT_TRUE(looksLikeGsf(file.bytes()));
+    MemorySource source(file.bytes());
+    const RawData data = readGsf(source);
+    ASSERT_EQ(data.depthPings.records.size(), 1U);
+    ASSERT_EQ(data.rangePings.records.size(), 1U);
+    EXPECT_EQ(utcText(data.depthPings.records[0].time), "2018-11-02T21:21:44.500Z");
+    ASSERT_EQ(data.navigation.records.size(), 1U);
+    EXPECT_NEAR(data.navigation.records[0].longitude, -64.5970738 * degree, 1e-12);
+    DepthPing depths;
+    ASSERT_TRUE(readGsfDepths(source, data.depthPings.records[0], depths));
+    ASSERT_EQ(depths.beams.size(), 2U);
+    EXPECT_DOUBLE_EQ(depths.beams[0].z, 1010.5);
+    EXPECT_DOUBLE_EQ(depths.beams[0].y, -7.0);
+    EXPECT_EQ(depths.beams[0].status, beam::pingFlagged);
+    EXPECT_EQ(depths.beams[1].status, beam::pingFlagged | beam::notDetected);
+    RangePing ranges;
+    ASSERT_TRUE(readGsfRanges(source, data.rangePings.records[0], ranges));
+    EXPECT_DOUBLE_EQ(ranges.beams[0].travel, 0.1);
+    EXPECT_DOUBLE_EQ(ranges.beams[0].range, 75.0);
+}
+
+TEST(Gsf, EveryCutAndMoreBeamsThanTheArraysHoldAreTaken) {
+    RawBytes whole = gsfFile();
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        MemorySource source(Bytes(whole.bytes()).first(size));
+        EXPECT_TRUE(readGsf(source).depthPings.records.empty()) << size;
+    }
+    RawBytes many = gsfFile(3);
+    MemorySource source(many.bytes());
+    const RawData data = readGsf(source);
+    EXPECT_TRUE(data.depthPings.records.empty());
+    EXPECT_EQ(data.leftOut.size(), 2U);
 }

@@ -78,6 +78,58 @@ def read_all(data):
     return raw
 
 
+def read_gsf(data):
+    raw = Raw()
+    offset, factors = 0, {}
+    natural = {1: "H", 2: "h", 3: "h", 4: "H", 5: "h", 16: "B", 18: "H"}
+
+    def moment(seconds, nanoseconds):
+        at = datetime.datetime(1970, 1, 1) + datetime.timedelta(seconds=seconds)
+        midnight = at.replace(hour=0, minute=0, second=0)
+        return store_time(at.strftime("%Y%m%d"), (at - midnight).total_seconds() * 1000 + nanoseconds // 1000 / 1000)
+
+    while offset < len(data):
+        size, kind = struct.unpack_from(">II", data, offset)
+        body = data[offset + 8 : offset + 8 + size]
+        offset += 8 + size
+        if kind == 3:
+            time = moment(*struct.unpack_from(">iI", body, 8))
+            (count,) = struct.unpack_from(">I", body, 24)
+            for i in range(count):
+                depth, speed = struct.unpack_from(">ii", body, 28 + 8 * i)
+                if depth <= 655354:
+                    raw.speeds.append((time, math.floor(speed / 10 + 0.5) / 10, depth / 100, 1))
+        if kind != 2:
+            continue
+        seconds, nanoseconds, longitude, latitude, count, _, bad, _, _, _, heading = struct.unpack_from(
+            ">iIiiHHHHhiH", body, 0)
+        time = moment(seconds, nanoseconds)
+        raw.track.append((time, math.radians(latitude / 1e7), math.radians(longitude / 1e7)))
+        arrays, at = {}, 56
+        while at + 4 < len(body):
+            (word,) = struct.unpack_from(">I", body, at)
+            arrays[word >> 24] = body[at + 4 : at + 4 + (word & 0xFFFFFF)]
+            at += 4 + (word & 0xFFFFFF)
+        for i in range(struct.unpack_from(">I", arrays[100])[0] if 100 in arrays else 0):
+            array, width, multiplier, shift = struct.unpack_from(">BBxxIi", arrays[100], 4 + 12 * i)
+            factors[array] = (width >> 4, multiplier, shift)
+
+        def values(array):
+            width, multiplier, shift = factors[array]
+            code = natural[array]
+            if width:
+                code = {1: "b", 2: "h", 4: "i"}[width] if code.islower() else {1: "B", 2: "H", 4: "I"}[width]
+            return [raw / multiplier - shift for raw in struct.unpack_from(">%d%s" % (count, code), arrays[array])]
+
+        states = [(NOT_DETECTED if flag & 1 else 0) | (1 << 29 if bad & 1 else 0) for flag in arrays[16]]
+        (speed,) = struct.unpack_from(">H", arrays[134], 6)
+        raw.depths.append((time, 1, math.radians(heading / 100), list(zip(values(2), values(3), values(1), states))))
+        raw.ranges.append((time, 1, None, [
+            (travel * speed / 20, travel, -math.radians(angle), math.radians(tilt), 0, status)
+            for travel, angle, tilt, status in zip(values(4), values(5), values(18), states)]))
+    return raw
+
+
 class Line:
     def __init__(self, skar, line):
         self.skar, self.line = skar, line
@@ -130,7 +182,8 @@ def compare_pings(name, expected, found, columns):
 
 def main(skar, path, raw_path):
     with open(raw_path, "rb") as file:
-        raw = read_all(file.read())
+        data = file.read()
+    raw = read_gsf(data) if data[8:11] == b"GSF" else read_all(data)
     raw.track.sort()
     line = Line(skar, path)
 

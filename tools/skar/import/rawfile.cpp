@@ -1,5 +1,6 @@
 #include "import/rawfile.h"
 
+#include "import/gsf.h"
 #include "import/kongsbergall.h"
 #include "import/kongsbergswath.h"
 #include "import/nmea.h"
@@ -145,9 +146,10 @@ void sortByTime(RawData& data) {
 }
 
 std::span<const RawFormat> formats() {
-    static constexpr std::array<RawFormat, 3> table{{
+    static constexpr std::array<RawFormat, 4> table{{
         {"Kongsberg EM raw data", "all wcd", looksLikeKongsbergAll, readKongsbergAll, readKongsbergDepths,
          readKongsbergRanges},
+        {"Generic Sensor Format", "gsf", looksLikeGsf, readGsf, readGsfDepths, readGsfRanges},
         {"semicolon text log", "", looksLikeRecorderLog, readRecorderLog, nullptr, nullptr},
         {"NMEA 0183 log", "nmea nme log", looksLikeNmea, readNmea, nullptr, nullptr},
     }};
