@@ -27,6 +27,9 @@ constexpr SwathFile swathFiles[] = {
      "10 X, 1280 beams, 1267 valid 103.50 to 110.32 m, 10 N, 1280 beams, 4 placed, 544 speeds"},
     {"all-mpl/EM710_7041029013895133878.all",
      "10 X, 4000 beams, 4000 valid 125.85 to 129.26 m, 10 N, 4000 beams, 7 placed, 139 speeds"},
+    {"gsf/0059_20181102_212138_EX1811_MB_EM302.gsf.mb121",
+     "50 X, 21600 beams, 20959 valid 1165.56 to 2316.67 m, 50 N, 21600 beams, 50 placed, 976 speeds, "
+     "21600 beams with errors"},
 };
 
 class RealPings : public ToolTest, public testing::WithParamInterface<SwathFile> {};

@@ -271,9 +271,10 @@ RawBytes gsfFile(unsigned beams = 2) {
     RawBytes ping(ByteOrder::big);
     ping.i32(1'541'193'704).u32(500'000'000).i32(-645'970'738).i32(178'471'517);
     ping.u16(beams).u16(1).u16(1).u16(0).i16(0).i32(0).u16(27'000).zeros(56 - 32);
-    ping.u32(100U << 24U | 40U).u32(3);
-    for (const unsigned array : {1U, 2U, 4U})
+    ping.u32(100U << 24U | 64U).u32(5);
+    for (const unsigned array : {1U, 2U, 4U, 19U, 20U})
         ping.u8(array).u8(0x20).u16(0).u32(array == 4 ? 1000 : 100).i32(array == 1 ? -1000 : 0);
+    ping.u32(19U << 24U | 4U).u16(25).u16(65535).u32(20U << 24U | 4U).u16(150).u16(0);
     ping.u32(1U << 24U | 4U).u16(1050).u16(2000).u32(2U << 24U | 4U).i16(-700).i16(800);
     ping.u32(4U << 24U | 4U).u16(100).u16(200).u32(16U << 24U | 2U).u8(0).u8(5);
     ping.u32(134U << 24U | 11U).u16(302).u16(1).u16(101).u16(15'000).zeros(2);
@@ -301,6 +302,10 @@ TEST(Gsf, APingIsScaledFlaggedAndClippedWhereItsLastPartClaimsTooMuch) {
     EXPECT_DOUBLE_EQ(depths.beams[0].y, -7.0);
     EXPECT_EQ(depths.beams[0].status, beam::pingFlagged);
     EXPECT_EQ(depths.beams[1].status, beam::pingFlagged | beam::notDetected);
+    ASSERT_EQ(data.uncertainPings.records.size(), 1U);
+    EXPECT_DOUBLE_EQ(depths.beams[0].depthError, 0.25);
+    EXPECT_DOUBLE_EQ(depths.beams[0].positionError, 1.5);
+    EXPECT_DOUBLE_EQ(depths.beams[1].depthError, 655.35);
     RangePing ranges;
     ASSERT_TRUE(readGsfRanges(source, data.rangePings.records[0], ranges));
     EXPECT_DOUBLE_EQ(ranges.beams[0].travel, 0.1);

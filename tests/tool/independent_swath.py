@@ -27,7 +27,7 @@ def store_time(date, ms):
 
 class Raw:
     def __init__(self):
-        self.track, self.depths, self.ranges, self.speeds = [], [], [], []
+        self.track, self.depths, self.ranges, self.speeds, self.errors = [], [], [], [], []
 
 
 def read_all(data):
@@ -81,7 +81,7 @@ def read_all(data):
 def read_gsf(data):
     raw = Raw()
     offset, factors = 0, {}
-    natural = {1: "H", 2: "h", 3: "h", 4: "H", 5: "h", 16: "B", 18: "H"}
+    natural = {1: "H", 2: "h", 3: "h", 4: "H", 5: "h", 16: "B", 18: "H", 19: "H", 20: "H"}
 
     def moment(seconds, nanoseconds):
         at = datetime.datetime(1970, 1, 1) + datetime.timedelta(seconds=seconds)
@@ -127,6 +127,7 @@ def read_gsf(data):
         raw.ranges.append((time, 1, None, [
             (travel * speed / 20, travel, -math.radians(angle), math.radians(tilt), 0, status)
             for travel, angle, tilt, status in zip(values(4), values(5), values(18), states)]))
+        raw.errors.append((time, 1, None, list(zip(values(19), values(20), states))))
     return raw
 
 
@@ -232,6 +233,9 @@ def main(skar, path, raw_path):
             near(what + " depth", row["depth"], z, 6e-4)
             near(what + " status", int(row["status"]), status, 0)
 
+    found = line.pings("TPE")
+    error_beams = compare_pings("TPE", raw.errors, found, [("tpe1", 1e-6), ("tpe2", 1e-6)]) if raw.errors else len(found)
+
     speeds = sorted(raw.speeds, key=lambda speed: speed[0])
     found = line.rows("SSP")
     near("SSP records", len(found), len(speeds), 0)
@@ -242,8 +246,9 @@ def main(skar, path, raw_path):
         near("SSP status", int(row["status"]), status, 0)
 
     extent = " %.2f to %.2f m" % (min(valid), max(valid)) if valid else ""
-    print("%d X, %d beams, %d valid%s, %d N, %d beams, %d placed, %d speeds" % (
-        len(depths), beams, len(valid), extent, len(ranges), range_beams, len(placed), len(speeds)))
+    print("%d X, %d beams, %d valid%s, %d N, %d beams, %d placed, %d speeds%s" % (
+        len(depths), beams, len(valid), extent, len(ranges), range_beams, len(placed), len(speeds),
+        ", %d beams with errors" % error_beams if error_beams else ""))
 
 
 main(*sys.argv[1:])

@@ -231,8 +231,8 @@ Run declareImport(CLI::App& app) {
     app.add_flag("--allow-overlap", options->allowOverlap,
                  "Write files that overlap in time one after the other");
     app.footer(
-        "Formats: Kongsberg EM raw data (.all, .wcd), NMEA 0183 logs, semicolon text logs with a heading\n"
-        "line. The content of a file tells its format, not its name.\n"
+        "Formats: Kongsberg EM raw data (.all, .wcd), GSF, NMEA 0183 logs, semicolon text logs with a\n"
+        "heading line. The content of a file tells its format, not its name.\n"
         "Every file becomes one line segment per sensor, in order of time. Directories of the line that\n"
         "are missing are made; its root must exist. Only systems that the file names as active are\n"
         "loaded. What a file holds beyond that is listed. Heave keeps the sign of its file, which the\n"

@@ -24,6 +24,8 @@ enum Subrecord : std::uint8_t {
     angleArray = 5,
     flagArray = 16,
     forwardAngleArray = 18,
+    verticalErrorArray = 19,
+    horizontalErrorArray = 20,
     scaleFactors = 100,
     multibeam = 134,
 };
@@ -303,10 +305,13 @@ void GsfImport::loadPing(std::uint64_t offset, Bytes record) {
     place.order = ByteOrder::big;
     place.oriented = head.headingStated();
     const auto has = [&](Subrecord array) { return !valuesOf(arrays, factors_, array, head.beams).empty(); };
-    if (has(depthArray) && has(acrossArray))
+    if (has(depthArray) && has(acrossArray)) {
         data_.depthPings.records.push_back(place);
-    else
+        if (has(verticalErrorArray) && has(horizontalErrorArray))
+            data_.uncertainPings.records.push_back(place);
+    } else {
         leftOut_.add("ping", "no depths and across track distances that can be read");
+    }
     if (has(travelArray) && soundSpeedOf(arrays) > 0.0)
         data_.rangePings.records.push_back(place);
     else
@@ -361,6 +366,7 @@ RawData GsfImport::finish() {
     for (auto& series : data_.scalars)
         series.origin = "attitude records";
     data_.navigation.origin = data_.depthPings.origin = data_.rangePings.origin = "ping records";
+    data_.uncertainPings.origin = "vertical and horizontal errors";
     data_.soundSpeeds.origin = "sound velocity profiles";
     auto& say = data_.conventions;
     say.emplace_back("Times are UTC of the records, attitude entries by their own offset.");
@@ -403,11 +409,15 @@ bool readGsfDepths(ByteSource& source, const PingPlace& place, DepthPing& ping) 
     const auto z = in.values(depthArray);
     const auto y = in.values(acrossArray);
     const auto x = in.values(alongArray);
+    const auto vertical = in.values(verticalErrorArray);
+    const auto horizontal = in.values(horizontalErrorArray);
     if (z.empty() || y.empty()) return false;
     ping.heading = radiansFromDegrees(in.head.heading / 100.0);
     ping.beams.clear();
     for (std::size_t i = 0; i < z.size(); ++i) {
-        ping.beams.push_back({y[i], x.empty() ? 0.0 : x[i], z[i], in.status(i)});
+        ping.beams.push_back({y[i], x.empty() ? 0.0 : x[i], z[i], in.status(i),
+                              vertical.empty() ? 0.0 : vertical[i],
+                              horizontal.empty() ? 0.0 : horizontal[i]});
         ping.beams.back().refuseNonsense();
     }
     return true;

@@ -24,13 +24,13 @@ using import::RawData;
 namespace {
 
 // Where a sensor's records come from in the readers' model.
-enum class From { positions, scalars, soundSpeeds, depths, placedDepths, ranges };
+enum class From { positions, scalars, soundSpeeds, depths, placedDepths, ranges, uncertainties };
 struct ImportSensor {
     const char* name;
     From from;
     import::ScalarKind kind;
 };
-constexpr std::array<ImportSensor, 9> sensorTable{{
+constexpr std::array<ImportSensor, 10> sensorTable{{
     {"Navigation", From::positions, {}},
     {"Gyro", From::scalars, import::ScalarKind::gyro},
     {"Heave", From::scalars, import::ScalarKind::heave},
@@ -39,6 +39,7 @@ constexpr std::array<ImportSensor, 9> sensorTable{{
     {"ObservedDepths", From::depths, {}},
     {"ProcessedDepths", From::placedDepths, {}},
     {"SLRange", From::ranges, {}},
+    {"TPE", From::uncertainties, {}},
     {"SSP", From::soundSpeeds, {}},
 }};
 constexpr auto sensorNames = [] {
@@ -100,6 +101,8 @@ auto withSeries(const RawData& data, const ImportSensor& sensor, Take take) {
         return take(data.depthPings);
     case From::ranges:
         return take(data.rangePings);
+    case From::uncertainties:
+        return take(data.uncertainPings);
     case From::scalars:
         break;
     }
@@ -308,6 +311,9 @@ void writeImport(const LinePath& line, const ImportPlan& plan,
                 break;
             case From::ranges:
                 writeRanges(set, *segment.file, clock, ofPing);
+                break;
+            case From::uncertainties:
+                writeUncertainties(set, *segment.file, clock, ofPing);
                 break;
             }
             set.endSegment();

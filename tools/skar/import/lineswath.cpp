@@ -46,9 +46,9 @@ void setPosition(Record& record, const import::RawData& data, const PingPlace& p
     }
 }
 
-// The store cuts steps of 1e-6; the margin keeps a rounded number from falling to the step below.
-double wholeMicros(double value) {
-    return (std::round(value * 1e6) + 0.01) / 1e6;
+// Where the store cuts to whole steps, the margin keeps a rounded number from falling to the step below.
+double wholeSteps(double value, double perUnit) {
+    return (std::round(value * perUnit) + 0.01) / perUnit;
 }
 
 } // namespace
@@ -126,9 +126,30 @@ void writeRanges(OpenSet& set, const RawFile& file, StoreClock& clock, const std
         for (const import::RangeBeam& beam : ping.beams) {
             item.time = record.time + beam.delay;
             item.values[0] = beam.range;
-            item.values[1] = wholeMicros(beam.travel);
+            item.values[1] = wholeSteps(beam.travel, 1e6);
             item.values[2] = beam.angle;
             item.values[3] = beam.tilt;
+            item.status = beam.status;
+            set.writeItem(item);
+        }
+        set.endItems();
+        ofPing();
+    }
+}
+
+void writeUncertainties(OpenSet& set, const RawFile& file, StoreClock& clock,
+                        const std::function<void()>& ofPing) {
+    import::FileSource source = reopened(file);
+    import::DepthPing ping;
+    for (const PingPlace& place : file.data.uncertainPings.records) {
+        readAgain(file.format->readDepths, source, file, place, ping);
+        const Record record = pingRecord(place, ping, clock);
+        set.write(record);
+        Record item;
+        item.time = record.time;
+        for (const import::DepthBeam& beam : ping.beams) {
+            item.values[0] = wholeSteps(beam.depthError, 1e3);
+            item.values[1] = wholeSteps(beam.positionError, 1e3);
             item.status = beam.status;
             set.writeItem(item);
         }

@@ -19,5 +19,7 @@ void writeDepths(OpenSet& set, const RawFile& file, StoreClock& clock, const std
 void writePlacedDepths(OpenSet& set, const RawFile& file, const import::PositionFix& first, StoreClock& clock,
                        const std::function<void()>& ofPing);
 void writeRanges(OpenSet& set, const RawFile& file, StoreClock& clock, const std::function<void()>& ofPing);
+void writeUncertainties(OpenSet& set, const RawFile& file, StoreClock& clock,
+                        const std::function<void()>& ofPing);
 
 } // namespace skar::tool

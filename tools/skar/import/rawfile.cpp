@@ -44,7 +44,7 @@ std::string utcText(Micros time) {
 
 void DepthBeam::refuseNonsense() {
     constexpr double farthest = 100'000.0;
-    for (const double value : {y, x, z}) {
+    for (const double value : {y, x, z, depthError, positionError}) {
         if (!(std::abs(value) <= farthest)) {
             *this = {.status = status | beam::noNumber};
             return;
@@ -95,7 +95,8 @@ std::uint64_t RawData::records() const {
     std::uint64_t count = navigation.records.size();
     for (const auto& series : scalars)
         count += series.records.size();
-    return count + soundSpeeds.records.size() + depthPings.records.size() + rangePings.records.size();
+    return count + soundSpeeds.records.size() + depthPings.records.size() + rangePings.records.size() +
+           uncertainPings.records.size();
 }
 
 void LeftOutCounter::add(std::string_view what, std::string_view reason, std::uint64_t count) {
@@ -143,6 +144,7 @@ void sortByTime(RawData& data) {
     sortSeries(data.soundSpeeds);
     sortSeries(data.depthPings);
     sortSeries(data.rangePings);
+    sortSeries(data.uncertainPings);
 }
 
 std::span<const RawFormat> formats() {

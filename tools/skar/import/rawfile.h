@@ -79,6 +79,9 @@ struct DepthBeam {
     double x = 0.0; // metres, positive forward
     double z = 0.0; // below the water line, metres
     std::uint32_t status = 0;
+    // Metres, as the source estimates them; 0 where it does not.
+    double depthError = 0.0;
+    double positionError = 0.0;
 
     // Where one of the numbers is none or lies beyond the reach of any sounder, all are 0 and the status says
     // so.
@@ -166,6 +169,7 @@ struct RawData {
     Series<SoundSpeed> soundSpeeds;
     Series<PingPlace> depthPings;
     Series<PingPlace> rangePings;
+    Series<PingPlace> uncertainPings; // those of the depth pings with errors of their beams
     Problems problems;
     std::vector<LeftOut> leftOut;
     std::vector<std::string> conventions; // signs, frames and time scale, a sentence each
