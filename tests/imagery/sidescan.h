@@ -86,7 +86,8 @@ inline SssRead readSssInto(_TELD_Sensor* s, std::uint32_t number, unsigned wante
     SssRead r;
     SssPing& p = r.ping;
     SssCounts& n = r.counts;
-    std::vector<std::string> room(4, std::string(most, '\x7E'));
+    const std::string fresh(most + 64, '\x7E');
+    std::vector<std::string> room(4, fresh);
     void* into[4];
     for (unsigned i = 0; i < 4; ++i)
         into[i] = wanted & 1u << i ? room[i].data() : nullptr;
@@ -100,7 +101,8 @@ inline SssRead readSssInto(_TELD_Sensor* s, std::uint32_t number, unsigned wante
     for (unsigned i = 0; i < 4; ++i) {
         if (!into[i]) continue;
         *out[i] = room[i].substr(0, counts[i] * p.width());
-        EXPECT_EQ(std::string::npos, room[i].find_first_not_of('\x7E', counts[i] * p.width()));
+        EXPECT_EQ(0, room[i].compare(counts[i] * p.width(), 64, fresh, 0, 64))
+            << "nothing behind the samples";
     }
     return r;
 }
