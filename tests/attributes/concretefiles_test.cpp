@@ -1,6 +1,8 @@
 #include "attributefiles.h"
 
+#include <cctype>
 #include <cfloat>
+#include <fstream>
 
 // The raw data index and the files of error figures.
 namespace skar::tests {
@@ -181,6 +183,33 @@ TEST_F(ConcreteFiles, ATideErrorHasItsBytes) {
     Bytes expected = withHead(59, words);
     expected.word("size", 20).word("status", 7).word("time", 0).word("low", 0).word("high", 0x3FF00000);
     EXPECT_TRUE(same(expected, line.bytes("TideError")));
+}
+
+// The bytes of the worked example: pairs of hex digits, one or two blanks apart, up to the words beside them.
+std::string exampleOfThePage() {
+    std::ifstream page(SKAR_TEST_DATA "/../docs/formats/attributes.md");
+    std::string bytes;
+    std::string text;
+    bool isExample = false;
+    while (std::getline(page, text)) {
+        isExample = isExample || text == "## A worked example";
+        if (!isExample || !text.starts_with("    ")) continue;
+        for (std::size_t at = 4;
+             at + 2 <= text.size() && std::isxdigit(static_cast<unsigned char>(text[at]));) {
+            bytes.push_back(static_cast<char>(std::stoi(text.substr(at, 2), nullptr, 16)));
+            at += text.compare(at + 2, 2, "  ") == 0 ? 4 : 3;
+        }
+    }
+    return bytes;
+}
+
+TEST_F(ConcreteFiles, TheExampleOfThePageIsWhatIsWritten) {
+    {
+        long status = 77;
+        SKAR::TideErrorFile file(line.path().c_str(), L"a.raw", status);
+        ASSERT_EQ(0u, file.write(3725.5, 1.0, 9));
+    }
+    EXPECT_TRUE(same(Bytes().raw("example", exampleOfThePage()), line.bytes("TideError")));
 }
 
 TEST_F(ConcreteFiles, TheRmsReaderPicksAColumn) {

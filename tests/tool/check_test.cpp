@@ -179,7 +179,8 @@ TEST_F(SkarCheck, EveryCodeOfTheSourcesIsExplained) {
     const std::string page = textOf(root / "docs/skar/check.md");
     const std::regex finding(R"re((?:error|warning)\(\s*"([a-z-]+)")re");
     int codes = 0;
-    for (const char* const source : {"setcheck.cpp", "segments.cpp", "timeindex.cpp"}) {
+    for (const char* const source :
+         {"attributecheck.cpp", "indexcheck.cpp", "segments.cpp", "setcheck.cpp", "timeindex.cpp"}) {
         const std::string text = textOf(root / "tools/skar/check" / source);
         for (std::sregex_iterator match(text.begin(), text.end(), finding), end; match != end; ++match) {
             ++codes;

@@ -168,12 +168,12 @@ constexpr Family table[] = {
     laidOut(sensor("EventMark", 32, 32, "notes", eventMarkAccess, eventMark, {}), check::eventMarkFormats),
 };
 
+} // namespace
+
 bool sameName(std::string_view a, std::string_view b) {
     const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
     return std::ranges::equal(a, b, {}, lower, lower);
 }
-
-} // namespace
 
 std::span<const Family> families() {
     return table;

@@ -135,6 +135,9 @@ struct Family {
 
 std::span<const Family> families();
 
+// Whether two names differ in case only.
+bool sameName(std::string_view a, std::string_view b);
+
 // The row of a sensor's name, in any case; null when there is none.
 const Family* findFamily(std::string_view name);
 

@@ -12,6 +12,10 @@
 
 namespace skar::tool::check {
 
+// A word at the head of a file. False, with a finding, when it is another one.
+bool readToken(WordFile& file, Report& report);
+bool readFileType(WordFile& file, FileType type, Report& report);
+
 // The four words at the head of a file. version: what the words should name, if the data file has told it.
 // False when the file is of another kind; throws Truncated.
 bool readIdentity(WordFile& file, const Family& family, FileType type, std::optional<std::uint32_t> version,

@@ -1,9 +1,8 @@
 #include "check/setcheck.h"
 
+#include "check/indexcheck.h"
 #include "check/layout.h"
 #include "check/segments.h"
-#include "check/timeindex.h"
-#include "check/wordfile.h"
 #include "openset.h"
 
 #include <fmt/format.h>
@@ -16,15 +15,26 @@ namespace skar::tool::check {
 
 namespace fs = std::filesystem;
 
+bool readToken(WordFile& file, Report& report) {
+    const std::uint32_t fileToken = file.word();
+    if (fileToken == token) return true;
+    report.error("token", 0,
+                 fmt::format("begins with 0x{:08X} instead of 0x{:08X} (\"TELD\")", fileToken, token));
+    return false;
+}
+
+bool readFileType(WordFile& file, FileType type, Report& report) {
+    const std::uint64_t offset = file.position();
+    const std::uint32_t fileType = file.word();
+    if (fileType == type) return true;
+    report.error("file-type", offset,
+                 fmt::format("is of file type {} instead of {}", fileType, static_cast<std::uint32_t>(type)));
+    return false;
+}
+
 bool readIdentity(WordFile& file, const Family& family, FileType type, std::optional<std::uint32_t> version,
                   Report& report, std::uint32_t* found) {
-    bool right = true;
-    const std::uint32_t fileToken = file.word();
-    if (fileToken != token) {
-        report.error("token", 0,
-                     fmt::format("begins with 0x{:08X} instead of 0x{:08X} (\"TELD\")", fileToken, token));
-        right = false;
-    }
+    bool right = readToken(file, report);
     const std::uint32_t sensorType = file.word();
     if (sensorType != family.storedType) {
         report.error(
@@ -32,13 +42,7 @@ bool readIdentity(WordFile& file, const Family& family, FileType type, std::opti
             fmt::format("is of sensor type {}, {} has {}", sensorType, family.name, family.storedType));
         right = false;
     }
-    const std::uint32_t fileType = file.word();
-    if (fileType != type) {
-        report.error(
-            "file-type", 2 * wordSize,
-            fmt::format("is of file type {} instead of {}", fileType, static_cast<std::uint32_t>(type)));
-        right = false;
-    }
+    right = readFileType(file, type, report) && right;
     const std::uint32_t fileVersion = file.word();
     if (version && fileVersion != *version) {
         report.warning("version", 3 * wordSize,
@@ -83,69 +87,27 @@ std::optional<std::int32_t> Range::valueOf(const Word& word) const {
 
 namespace {
 
-// A finding that many records in a row share is one finding.
-class Run {
-public:
-    using Add = void (Report::*)(const char* code, std::uint64_t offset, std::string text);
-    Run(Report& report, Add add, const char* code, std::string file)
-        : report_(report), add_(add), code_(code), file_(std::move(file)) {}
-
-    template <class Text>
-    void hit(std::uint64_t record, std::uint64_t offset, Text text) {
-        ++hits_;
-        if (count_ > 0 && record == first_ + count_) {
-            ++count_;
-            return;
-        }
-        end();
-        first_ = record;
-        count_ = 1;
-        offset_ = offset;
-        text_ = text();
-    }
-    void end() {
-        if (count_ > 0) {
-            if (count_ > 1) text_ += fmt::format("; so up to record {}", first_ + count_ - 1);
-            report_.enterFile(file_);
-            (report_.*add_)(code_, offset_, text_);
-        }
-        count_ = 0;
-    }
-    std::uint64_t hits() const { return hits_; }
-
-private:
-    Report& report_;
-    Add add_;
-    const char* code_;
-    std::string file_;
-    std::uint64_t first_ = 0;
-    std::uint64_t count_ = 0;
-    std::uint64_t offset_ = 0;
-    std::uint64_t hits_ = 0;
-    std::string text_;
-};
-
 class SetCheck {
 public:
     SetCheck(const LinePath& line, const Family& family, Report& report, Progress& progress)
         : line_(line), family_(family), layout_(&layoutOf(family, newestVersion(family))), report_(report),
           progress_(progress), dataPath_(line.native / family.name), segmentsPath_(side(segmentsSuffix)),
-          indexPath_(side(indexSuffix)) {}
+          indexPath_(side(indexSuffix)), entries_(index_, report, dataPath_, indexPath_) {}
 
     SetResult run() {
         const std::uint64_t errorsBefore = report_.errors();
-        std::optional<WordFile> data = openFile(dataPath_, "data-missing");
+        std::optional<WordFile> data = openFile(dataPath_, "data-missing", report_);
         const bool readable = data && readHead(*data);
-        std::optional<WordFile> segmentsFile = openFile(segmentsPath_, "segments-missing");
+        std::optional<WordFile> segmentsFile = openFile(segmentsPath_, "segments-missing", report_);
         if (segmentsFile) readSegments(*segmentsFile);
-        std::optional<WordFile> indexFile = openFile(indexPath_, "index-missing");
+        std::optional<WordFile> indexFile = openFile(indexPath_, "index-missing", report_);
         if (indexFile) index_.emplace(*indexFile, family_, version_, report_, indexPath_.string());
         if (readable) {
             compareRecords(*data);
             if (!layout_->item.empty() || isWithoutRecords_) compareEnd(*data);
             compareSummary();
             compareSegments();
-            compareIndex();
+            entries_.compareCount(*counted_, identityWords * wordSize);
         } else if (index_) {
             index_->drain();
         }
@@ -155,21 +117,6 @@ public:
 
 private:
     fs::path side(const char* suffix) const { return line_.native / (std::string(family_.name) + suffix); }
-
-    std::optional<WordFile> openFile(const fs::path& path, const char* missing) {
-        report_.enterFile(path.string());
-        std::error_code ignored;
-        if (!fs::exists(fs::symlink_status(path, ignored))) {
-            report_.error(missing, 0, "is not there");
-            return std::nullopt;
-        }
-        try {
-            return std::optional<WordFile>(std::in_place, path);
-        } catch (const fs::filesystem_error& error) {
-            report_.error("unreadable", 0, error.code().message());
-            return std::nullopt;
-        }
-    }
 
     // The identity and the summary. False when the records cannot be told from the rest.
     bool readHead(WordFile& data) {
@@ -233,15 +180,11 @@ private:
 
     void compareRecords(WordFile& data) {
         Run timesBack(report_, &Report::warning, "time-order", dataPath_.string());
-        Run offsets(report_, &Report::error, "index-offset", indexPath_.string());
-        Run beyond(report_, &Report::error, "index-beyond", indexPath_.string());
-        Run times(report_, &Report::error, "index-time", indexPath_.string());
         SegmentWalk walk(segments_);
         std::vector<std::uint32_t> record(layout_->record.size());
         const auto timeWord = static_cast<std::size_t>(
             std::ranges::find(layout_->record, Role::time, &Word::role) - layout_->record.begin());
         std::optional<std::int32_t> previous;
-        IndexEntry entry;
         try {
             for (std::uint64_t number = 1; number <= records_; ++number) {
                 const std::uint64_t offset = data.position();
@@ -259,28 +202,7 @@ private:
                     });
                 }
                 previous = time;
-                if (index_ && index_->next(entry)) {
-                    ++indexed_;
-                    const std::uint64_t offsetWord = entry.position + wordSize;
-                    if (entry.offset < 0 ||
-                        static_cast<std::uint64_t>(entry.offset) + layout_->recordSize() > data.size()) {
-                        beyond.hit(number, offsetWord, [&] {
-                            return fmt::format("record {}: offset {} lies beyond the data file's {} bytes",
-                                               number, entry.offset, data.size());
-                        });
-                    } else if (static_cast<std::uint64_t>(entry.offset) != offset) {
-                        offsets.hit(number, offsetWord, [&] {
-                            return fmt::format("record {}: offset {} where the record is at {}", number,
-                                               entry.offset, offset);
-                        });
-                    }
-                    if (entry.time != time) {
-                        times.hit(number, entry.position, [&] {
-                            return fmt::format("record {}: time {} where the record has {}", number,
-                                               entry.time, time);
-                        });
-                    }
-                }
+                entries_.record(number, offset, layout_->recordSize(), time, data.size());
                 if (!readItems(data, number, offset, record, range)) {
                     records_ = number - 1;
                     break;
@@ -296,9 +218,8 @@ private:
                 reportCut(data, cut.offset);
             }
         }
-        for (Run* run : {&timesBack, &beyond, &offsets, &times})
-            run->end();
-        wrongTimes_ = times.hits();
+        timesBack.end();
+        entries_.endRecords();
     }
 
     void reportCut(const WordFile& data, std::uint64_t offset) {
@@ -368,23 +289,6 @@ private:
             report_.warning(code, offset, std::move(text));
     }
 
-    bool isOlderThanData(const fs::path& path) const {
-        std::error_code error;
-        const auto side = fs::last_write_time(path, error);
-        const auto data = fs::last_write_time(dataPath_, error);
-        return !error && side < data;
-    }
-
-    // Saving statuses rewrites the data file and rightly leaves the index alone, so age alone proves nothing;
-    // it only tells the likelier cause of a contradiction.
-    const char* foreignCode(const fs::path& path) const {
-        return isOlderThanData(path) ? "stale" : "mixed-set";
-    }
-    std::string foreignText(const fs::path& path) const {
-        return isOlderThanData(path) ? "it is older than the data file, which was written anew"
-                                     : "it belongs to another data file";
-    }
-
     void compareSummary() {
         if (!all_.any || records_ != counted_) return;
         report_.enterFile(dataPath_.string());
@@ -426,26 +330,9 @@ private:
             if (timesDiffer) ++foreign;
         }
         if (compared > 0 && foreign == compared)
-            report_.error(
-                foreignCode(segmentsPath_), segments_.front().offset,
-                fmt::format("no segment has the times of its records: {}", foreignText(segmentsPath_)));
-    }
-
-    void compareIndex() {
-        if (!index_) return;
-        const std::uint64_t entries = index_->drain();
-        if (!index_->isWhole()) return;
-        report_.enterFile(indexPath_.string());
-        if (entries != *counted_) {
-            report_.error(
-                entries < *counted_ && isOlderThanData(indexPath_) ? "stale" : "index-count",
-                identityWords * wordSize,
-                fmt::format("has entries for {} records, the data file counts {}", entries, *counted_));
-        }
-        if (indexed_ > 0 && wrongTimes_ * 2 > indexed_)
-            report_.error(foreignCode(indexPath_), index_->firstEntry(),
-                          fmt::format("{} of {} entries have other times than the records: {}", wrongTimes_,
-                                      indexed_, foreignText(indexPath_)));
+            report_.error(foreignCode(segmentsPath_, dataPath_), segments_.front().offset,
+                          fmt::format("no segment has the times of its records: {}",
+                                      foreignText(segmentsPath_, dataPath_)));
     }
 
     // What the library says is what every program will say.
@@ -484,8 +371,7 @@ private:
     std::vector<RawSegment> segments_;
     std::optional<TimeIndex> index_;
     Range all_;
-    std::uint64_t indexed_ = 0;
-    std::uint64_t wrongTimes_ = 0;
+    IndexCheck entries_;
 };
 
 } // namespace

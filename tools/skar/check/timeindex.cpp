@@ -12,20 +12,37 @@ namespace skar::tool::check {
 TimeIndex::TimeIndex(WordFile& file, const Family& family, std::optional<std::uint32_t> version,
                      Report& report, std::string path)
     : file_(file), report_(report), path_(std::move(path)) {
+    readHead([&] { return readIdentity(file_, family, indexFile, version, report_); });
+}
+
+TimeIndex::TimeIndex(WordFile& file, std::optional<std::uint32_t> version, Report& report, std::string path)
+    : file_(file), report_(report), path_(std::move(path)) {
+    readHead([&] {
+        const bool right = readToken(file_, report_);
+        const std::uint32_t own = file_.word();
+        if (version && own != *version) {
+            report_.warning("version", wordSize,
+                            fmt::format("is of version {}, the data file of version {}", own, *version));
+        }
+        return right;
+    });
+}
+
+template <class Identify>
+void TimeIndex::readHead(Identify identify) {
     report_.enterFile(path_);
     try {
-        readHead(family, version);
+        if (identify())
+            readSets();
+        else
+            stop();
     } catch (const Truncated& cut) {
         error("truncated", cut.offset, fmt::format("ends at byte {}, within its head", file_.size()));
         stop();
     }
 }
 
-void TimeIndex::readHead(const Family& family, std::optional<std::uint32_t> version) {
-    if (!readIdentity(file_, family, indexFile, version, report_)) {
-        stop();
-        return;
-    }
+void TimeIndex::readSets() {
     const std::uint64_t countOffset = file_.position();
     const std::uint32_t count = file_.word();
     const std::uint64_t capacityOffset = file_.position();

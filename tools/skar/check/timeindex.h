@@ -21,6 +21,8 @@ class TimeIndex {
 public:
     TimeIndex(WordFile& file, const Family& family, std::optional<std::uint32_t> version, Report& report,
               std::string path);
+    // That of a file that describes itself: its head names the version only.
+    TimeIndex(WordFile& file, std::optional<std::uint32_t> version, Report& report, std::string path);
 
     // The next entry; false after the last.
     bool next(IndexEntry& entry);
@@ -37,7 +39,9 @@ private:
         std::int32_t maxTime = 0;
     };
 
-    void readHead(const Family& family, std::optional<std::uint32_t> version);
+    template <class Identify>
+    void readHead(Identify identify);
+    void readSets();
     void error(const char* code, std::uint64_t offset, std::string text);
     bool beginSet();
     void endSet();

@@ -1,6 +1,7 @@
 #include "commands/check.h"
 
-#include "check/setcheck.h"
+#include "attributefile.h"
+#include "check/attributecheck.h"
 #include "commands/output.h"
 
 #include <fmt/format.h>
@@ -19,7 +20,7 @@ struct Options {
 };
 
 struct Checked {
-    const Family* family = nullptr;
+    std::string name;
     check::SetResult result;
     std::uint64_t errors = 0;
     std::uint64_t warnings = 0;
@@ -49,7 +50,7 @@ void printText(const std::vector<Checked>& sets, const check::Report& report,
                      {"ERRORS", Align::right},
                      {"WARNINGS", Align::right}});
         for (const Checked& set : sets) {
-            table.add({set.family->name, fmt::to_string(set.result.records),
+            table.add({printable(set.name), fmt::to_string(set.result.records),
                        fmt::to_string(set.result.segments), fmt::to_string(set.errors),
                        fmt::to_string(set.warnings)});
         }
@@ -69,7 +70,7 @@ Json toJson(const LinePath& line, const std::vector<Checked>& sets, const check:
                  {"sensors", Json::array()},      {"findings", Json::array()},
                  {"notChecked", unchecked}};
     for (const Checked& set : sets) {
-        json["sensors"].push_back({{"sensor", set.family->name},
+        json["sensors"].push_back({{"sensor", set.name},
                                    {"records", set.result.records},
                                    {"segments", set.result.segments},
                                    {"errors", set.errors},
@@ -97,20 +98,28 @@ int run(const Options& options, const Common& common) {
     const LinePath line = existingLine(options.line);
     check::Report report(options.limit);
     std::vector<Checked> sets;
-    for (const Family& family : families()) {
-        if (family.kind->check == nullptr || !hasAnyFile(line, family)) continue;
+    const auto checkOne = [&](const std::string& name, auto look) {
         Progress progress(common, 100);
-        progress.setLabel(fmt::format("checking {}", family.name));
-        Checked set{&family, {}, report.errors(), report.warnings()};
-        set.result = family.kind->check(line, family, report, progress);
+        progress.setLabel(fmt::format("checking {}", printable(name)));
+        Checked set{name, {}, report.errors(), report.warnings()};
+        set.result = look(progress);
         set.errors = report.errors() - set.errors;
         set.warnings = report.warnings() - set.warnings;
-        sets.push_back(set);
-    }
+        sets.push_back(std::move(set));
+    };
     std::vector<const Family*> known;
-    for (const Checked& set : sets)
-        known.push_back(set.family);
-    const std::vector<std::string> unchecked = otherFiles(line, known);
+    for (const Family& family : families()) {
+        if (family.kind->check == nullptr || !hasAnyFile(line, family)) continue;
+        known.push_back(&family);
+        checkOne(family.name,
+                 [&](Progress& progress) { return family.kind->check(line, family, report, progress); });
+    }
+    std::vector<std::string> unchecked = otherFiles(line, known);
+    const std::vector<std::string> attributes = attributeFiles(line);
+    for (const std::string& name : attributes)
+        checkOne(name,
+                 [&](Progress& progress) { return check::checkAttributes(line, name, report, progress); });
+    leaveOutAttributeFiles(unchecked, attributes);
 
     if (common.json)
         printJson(toJson(line, sets, report, unchecked));

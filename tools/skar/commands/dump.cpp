@@ -1,6 +1,9 @@
 #include "commands/dump.h"
 
+#include "attributefile.h"
+#include "commands/dumpattributes.h"
 #include "commands/output.h"
+#include "commands/sink.h"
 #include "families.h"
 #include "progress.h"
 #include "timetext.h"
@@ -15,6 +18,7 @@
 #include <limits>
 #include <numbers>
 #include <optional>
+#include <vector>
 
 namespace skar::tool {
 
@@ -34,31 +38,15 @@ struct Options {
     bool header = true;
 };
 
-constexpr std::size_t bufferSize = 1U << 18U;
-
-// Standard output by large blocks; a reader that has gone away ends the command.
-class Sink {
-public:
-    fmt::memory_buffer& text() { return text_; }
-    void flushWhenFull() {
-        if (text_.size() >= bufferSize) flush();
-    }
-    void flush() {
-        if (std::fwrite(text_.data(), 1, text_.size(), stdout) != text_.size())
-            throw ToolError("standard output could not be written");
-        text_.clear();
-    }
-
-private:
-    fmt::memory_buffer text_;
-};
-
 const Family& presentFamily(const LinePath& line, const std::string& name) {
-    std::string present;
+    std::vector<std::string> present;
     for (const Family& family : families()) {
-        if (isPresent(line, family)) present += fmt::format("{}{}", present.empty() ? "" : ", ", family.name);
+        if (isPresent(line, family)) present.emplace_back(family.name);
     }
-    const std::string hint = present.empty() ? "the line holds no sensor" : "the line holds " + present;
+    std::ranges::move(attributeFiles(line), std::back_inserter(present));
+    const std::string hint = present.empty()
+                                 ? "the line holds no sensor"
+                                 : printable(fmt::format("the line holds {}", fmt::join(present, ", ")));
     const Family* const family = findFamily(name);
     if (family == nullptr)
         throw ToolError(fmt::format("{}: no such sensor; {}", printable(name), hint), exitUsage);
@@ -67,6 +55,9 @@ const Family& presentFamily(const LinePath& line, const std::string& name) {
             fmt::format("{}: not in {}; {}", family->name, printable(line.native.string()), hint));
     return *family;
 }
+
+constexpr double latest = std::numeric_limits<double>::infinity();
+constexpr double earliest = -latest;
 
 double timeOption(const std::string& text, const char* option, double missing) {
     if (text.empty()) return missing;
@@ -231,9 +222,8 @@ class Printing {
 public:
     Printing(const Options& options, const Common& common, const Family& family)
         : json_(common.json), items_(family.hasItems() && !options.heads),
-          beams_(rangeOption(options.beam, "--beam")),
-          from_(timeOption(options.from, "--from", -std::numeric_limits<double>::infinity())),
-          to_(timeOption(options.to, "--to", std::numeric_limits<double>::infinity())),
+          beams_(rangeOption(options.beam, "--beam")), from_(timeOption(options.from, "--from", earliest)),
+          to_(timeOption(options.to, "--to", latest)),
           left_(options.count.value_or(std::numeric_limits<std::uint32_t>::max())),
           writer_(family, items_, options.degrees) {}
 
@@ -280,8 +270,30 @@ private:
     Record item_;
 };
 
+// The attribute file that is meant; nothing where a sensor has the name.
+std::optional<std::string> attributeFileOf(const LinePath& line, const Options& options) {
+    if (findFamily(options.sensor) != nullptr) return std::nullopt;
+    const std::optional<std::string> file = findAttributeFile(line, options.sensor);
+    if (file && (!options.beam.empty() || !options.ping.empty() || options.heads || options.degrees)) {
+        throw ToolError(
+            fmt::format("{}: has no pings and names no angles; --first and --count pick its records",
+                        printable(*file)),
+            exitUsage);
+    }
+    return file;
+}
+
 int run(const Options& options, const Common& common) {
     const LinePath line = existingLine(options.line);
+    if (const auto file = attributeFileOf(line, options)) {
+        return dumpAttributes(line, *file,
+                              {.first = options.first,
+                               .count = options.count.value_or(std::numeric_limits<std::uint32_t>::max()),
+                               .from = timeOption(options.from, "--from", earliest),
+                               .to = timeOption(options.to, "--to", latest),
+                               .header = options.header},
+                              common);
+    }
     const Family& family = presentFamily(line, options.sensor);
     if (!family.hasItems() && (!options.beam.empty() || !options.ping.empty() || options.heads)) {
         throw ToolError(fmt::format("{}: has no pings; --first and --count pick its records", family.name),
@@ -319,7 +331,9 @@ int run(const Options& options, const Common& common) {
 Run declareDump(CLI::App& app) {
     const auto options = std::make_shared<Options>();
     app.add_option("LINE", options->line, "Directory of the line")->required();
-    app.add_option("SENSOR", options->sensor, "Name of the sensor, in any case: Navigation, Gyro, Heave ...")
+    app.add_option("SENSOR", options->sensor,
+                   "Name of the sensor, in any case: Navigation, Gyro, Heave ... or of a "
+                   "file that describes itself: RMS, RawDataIndex ...")
         ->required();
     app.add_option("--first", options->first, "Number of the first record, from 1")
         ->check(CLI::Range(std::uint32_t(1), std::numeric_limits<std::uint32_t>::max()).description(""))

@@ -1,5 +1,6 @@
 #include "commands/info.h"
 
+#include "commands/infoattributes.h"
 #include "commands/output.h"
 #include "families.h"
 #include "progress.h"
@@ -262,7 +263,8 @@ void printScans(const std::vector<SensorInfo>& sensors) {
 }
 
 void printText(const LinePath& line, const std::vector<SensorInfo>& sensors,
-               const std::vector<std::string>& others, bool full) {
+               const std::vector<AttributeInfo>& attributes, const std::vector<std::string>& others,
+               bool full) {
     fmt::print("Line     {}\n", printable(line.native.string()));
     fmt::print("Project  {}\nVessel   {}\nDay      {}\nName     {}\n\n", printable(line.project()),
                printable(line.vessel()), printable(line.day()), printable(line.name()));
@@ -275,6 +277,7 @@ void printText(const LinePath& line, const std::vector<SensorInfo>& sensors,
         printSettings(sensors);
         printSegments(sensors);
     }
+    printAttributes(attributes);
     if (!others.empty()) {
         fmt::print("\nOther files\n");
         for (const std::string& name : others)
@@ -370,7 +373,12 @@ int run(const Options& options, const Common& common) {
     std::vector<const Family*> reported;
     for (const SensorInfo& sensor : sensors)
         reported.push_back(sensor.family);
-    const std::vector<std::string> others = otherFiles(line, reported);
+    std::vector<std::string> others = otherFiles(line, reported);
+    std::vector<AttributeInfo> attributes;
+    const std::vector<std::string> names = attributeFiles(line);
+    for (const std::string& name : names)
+        attributes.push_back(inspectAttributes(line, name, options.full, common));
+    leaveOutAttributeFiles(others, names);
 
     if (common.json) {
         Json json = {{"line", line.native.string()}, {"project", line.project()},
@@ -379,18 +387,21 @@ int run(const Options& options, const Common& common) {
                      {"otherFiles", others}};
         for (const SensorInfo& sensor : sensors)
             json["sensors"].push_back(sensorJson(sensor));
+        json["attributeFiles"] = attributesJson(attributes);
         printJson(json);
     } else {
-        printText(line, sensors, others, options.full);
+        printText(line, sensors, attributes, others, options.full);
     }
 
-    int status = exitSuccess;
-    for (const SensorInfo& sensor : sensors) {
-        if (sensor.failure.empty()) continue;
-        printError(sensor.failure + "; skar check says more");
-        status = exitFailure;
-    }
-    return status;
+    std::vector<std::string> failures;
+    for (const SensorInfo& sensor : sensors)
+        failures.push_back(sensor.failure);
+    for (const AttributeInfo& file : attributes)
+        failures.push_back(file.failure);
+    std::erase(failures, "");
+    for (const std::string& failure : failures)
+        printError(failure + "; skar check says more");
+    return failures.empty() ? exitSuccess : exitFailure;
 }
 
 } // namespace
