@@ -11,6 +11,7 @@
 #include <cmath>
 #include <cwchar>
 #include <iterator>
+#include <limits>
 #include <memory>
 #include <new>
 #include <optional>
@@ -88,20 +89,14 @@ public:
     template <class Number>
     bool number(Number& value) {
         const auto token = next();
-        if (!token) return false;
-        // No number has a character beyond these.
-        std::string text;
-        for (const wchar_t each : *token)
-            text.push_back(each < 0x80 ? static_cast<char>(each) : '?');
-        strings::Scanner scanner(text);
-        if constexpr (std::is_same_v<Number, int>) {
-            return scanner.whole(value);
-        } else {
-            double taken = 0.0;
-            if (!scanner.number(taken)) return false;
-            value = static_cast<Number>(taken);
-            return true;
-        }
+        return token && toNumber(*token, value);
+    }
+    // One that is 1 or not. False for none.
+    bool flag(bool& set) {
+        const auto token = next();
+        int value = 0;
+        set = token && toNumber(*token, value) && value == 1;
+        return token.has_value();
     }
     template <std::size_t Size>
     bool text(wchar_t (&field)[Size]) {
@@ -113,6 +108,22 @@ public:
     std::size_t left() const { return rest_.size(); }
 
 private:
+    template <class Number>
+    static bool toNumber(std::wstring_view token, Number& value) {
+        // No number has a character beyond these.
+        std::string text;
+        for (const wchar_t each : token)
+            text.push_back(each < 0x80 ? static_cast<char>(each) : '?');
+        strings::Scanner scanner(text);
+        if constexpr (std::is_same_v<Number, int>) {
+            return scanner.whole(value);
+        } else {
+            double taken = 0.0;
+            if (!scanner.number(taken) || std::abs(taken) > std::numeric_limits<Number>::max()) return false;
+            value = static_cast<Number>(taken);
+            return true;
+        }
+    }
     std::wstring line_;
     std::wstring_view rest_;
 };
@@ -184,11 +195,7 @@ bool decode(Tokens& tokens, int version, Contact& contact) {
         return false;
     if (!tokens.number(contact.codes[0]) || !tokens.number(contact.codes[1])) return false;
     contact.flag = false;
-    if (divided || secondDivided) {
-        int flag = 0;
-        if (!tokens.number(flag)) return false;
-        contact.flag = flag == 1;
-    }
+    if ((divided || secondDivided) && !tokens.flag(contact.flag)) return false;
     contact.remark[0] = L'\0';
     tokens.text(contact.remark);
     return true;

@@ -404,15 +404,18 @@ TEST(ContactLines, OfVersionFourAlwaysHaveDividedNames) {
 
 TEST(ContactLines, FlagsAreSetByOneAlone) {
     const std::wstring head = L"3,A,B,s1,C,D,s2,id1,id2,1,44,1.5,2.5,3.5,10,20,30,4,5";
-    for (const auto& [flag, set] :
-         {std::pair(L",1 ,r", true), {L",0 ,r", false}, {L",2,r", false}, {L",-1,r", false}}) {
+    for (const auto& [flag, set] : {std::pair(L",1 ,r", true),
+                                    {L",0 ,r", false},
+                                    {L",2,r", false},
+                                    {L",-1,r", false},
+                                    {L",x,r", false}}) {
         Contact c;
         c.flag = !set;
         EXPECT_EQ(0, DecodeContactRecord(4, (head + flag).c_str(), &c)) << flag;
         EXPECT_EQ(set, c.flag) << flag;
         EXPECT_STREQ(L"r", c.remark);
     }
-    for (const wchar_t* missing : {L"", L",", L",x,r"}) {
+    for (const wchar_t* missing : {L"", L",", L",,"}) {
         Contact c;
         c.flag = true;
         EXPECT_EQ(-1, DecodeContactRecord(4, (head + missing).c_str(), &c)) << missing;
@@ -461,6 +464,7 @@ TEST(ContactLines, AListMayBeEmptyAndItsCountIsHeldAgainstTheLine) {
     ASSERT_EQ(0, DecodeContactRecord(4, (head + L"1,-7,1,2,3,4," + tail).c_str(), &c));
     EXPECT_EQ(-7, c.lowestProfile);
     EXPECT_EQ(-7, c.highestProfile);
+    EXPECT_EQ(-1, DecodeContactRecord(4, (head + L"1,-7,1e39,2,3,4," + tail).c_str(), &c)) << "no float";
     for (const wchar_t* count : {L"-1,", L"2147483647,", L"1000,", L"x,"}) {
         EXPECT_EQ(-1, DecodeContactRecord(4, (head + count + L"-7,1,2,3,4," + tail).c_str(), &c)) << count;
         EXPECT_EQ(-1, c.number);
@@ -508,11 +512,12 @@ TEST(ContactLines, EveryMissingTokenMakesTheLineUndecoded) {
         }
         EXPECT_EQ(-1, DecodeContactRecord(version, L"", &c));
         EXPECT_EQ(-1, DecodeContactRecord(version, L",,,", &c));
-        // Every number in turn that is none.
+        // Every number in turn that is none; a flag that is none is not set.
         for (std::size_t begin = 0; begin < line.size(); begin = line.find(L',', begin) + 1) {
             std::wstring damaged = line;
             const std::size_t end = std::min(line.find(L',', begin), line.size());
             const std::wstring token = line.substr(begin, end - begin);
+            if (end == line.size() && version == 4) break;
             if (token.find_first_not_of(L"0123456789.") == std::wstring::npos) {
                 EXPECT_EQ(
                     -1, DecodeContactRecord(version, damaged.replace(begin, token.size(), L"q9").c_str(), &c))
