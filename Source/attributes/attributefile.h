@@ -133,6 +133,8 @@ private:
     void takeSlots();
     void dropSummaryBlocks() noexcept;
     int startRecords(double time);
+    bool encodeAttribute(Encoder& to, std::size_t i, const std::vector<dataValue>& values,
+                         const std::vector<int>& counts) const;
     const std::byte* record(Place& place, std::uint32_t& size, int& code);
     bool readBytes(Place& place, std::size_t size, const std::byte*& bytes);
     std::uint32_t fixedRecordSize() const noexcept;
@@ -149,6 +151,7 @@ private:
     Positions positions_;
     bool hasSummary_ = false;
     std::vector<Slot> slots_;       // of the data attributes
+    std::size_t scalarBytes_ = 0;   // of those in a record that are not variable
     std::vector<std::byte> buffer_; // of the record that is being written
 };
 

@@ -35,6 +35,17 @@ std::uint64_t AttributeFile::sizeOfRecord(const std::vector<int>& counts,
     return size;
 }
 
+bool AttributeFile::encodeAttribute(Encoder& to, std::size_t i, const std::vector<dataValue>& values,
+                                    const std::vector<int>& counts) const {
+    const Slot slot = slots_[i];
+    if (slot.coding == valueCoding::none) return true;
+    if (!slot.isVariable()) return i < values.size() && encodeScalar(to, slot, values[i]);
+    if (i >= counts.size()) return true;
+    if (counts[i] < 0 || i >= values.size()) return false;
+    return encodeBlock(to, slot, values[i],
+                       slot.coding == valueCoding::string ? textLength(values[i]) : countOf(counts, i));
+}
+
 int AttributeFile::writeRecord(double time, std::uint32_t recordStatus, const std::vector<dataValue>& values,
                                const std::vector<int>& counts) try {
     if (!writes()) return codes::attributeAccess;
@@ -50,17 +61,14 @@ int AttributeFile::writeRecord(double time, std::uint32_t recordStatus, const st
 
     Encoder to(buffer_);
     bool coded = to.word(static_cast<std::uint32_t>(size)) && to.word(recordStatus) && to.word(timeWord);
-    for (std::size_t i = 0; coded && i < slots_.size(); ++i) {
-        const Slot slot = slots_[i];
-        if (!slot.isVariable()) {
-            coded = slot.coding == valueCoding::none ||
-                    (i < values.size() && encodeScalar(to, slot.coding, values[i]));
-        } else if (i < counts.size()) {
-            coded =
-                counts[i] >= 0 && i < values.size() &&
-                encodeBlock(to, slot, values[i],
-                            slot.coding == valueCoding::string ? textLength(values[i]) : countOf(counts, i));
-        }
+    if (!variableRecords && values.size() >= slots_.size()) {
+        std::byte* at = coded ? to.room(scalarBytes_) : nullptr;
+        coded = at != nullptr;
+        for (std::size_t i = 0; coded && i < slots_.size(); ++i)
+            at = putScalar(at, slots_[i], values[i]);
+    } else {
+        for (std::size_t i = 0; coded && i < slots_.size(); ++i)
+            coded = encodeAttribute(to, i, values, counts);
     }
     if (!coded) return codes::attributeFileCreate;
     // Behind a string that is shorter than its count nothing of an earlier record may stand.
@@ -162,12 +170,20 @@ int AttributeFile::readRecord(Place& place, double& time, std::uint32_t& recordS
     if (!from.word(word)) return codes::attributeRead;
     time = decodeTime(word);
 
-    values.assign(slots_.size(), dataValue{});
     if (counts) counts->assign(slots_.size(), 0);
+    if (!variableRecords && from.left() >= scalarBytes_) [[likely]] {
+        values.resize(slots_.size());
+        const std::byte* at = from.bytes(scalarBytes_);
+        for (std::size_t i = 0; i < slots_.size(); ++i)
+            at = takeScalar(at, slots_[i], values[i]);
+        place.reposition = false;
+        return codes::success;
+    }
+    values.assign(slots_.size(), dataValue{});
     for (std::size_t i = 0; i < slots_.size(); ++i) {
         const Slot slot = slots_[i];
         if (!slot.isVariable()) {
-            if (!decodeScalar(from, slot.coding, values[i])) return codes::attributeFileCreate;
+            if (!decodeScalar(from, slot, values[i])) return codes::attributeFileCreate;
             continue;
         }
         int count = 0;

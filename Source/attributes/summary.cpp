@@ -40,7 +40,7 @@ double AttributeFile::decodeTime(std::uint32_t word) const noexcept {
 std::uint32_t AttributeFile::fixedRecordSize() const noexcept {
     std::size_t size = (fileVersion == 2 ? 3 : 2) * wordSize;
     for (const Attribute& attribute : dataAttributes)
-        if (const auto* row = SKARIOAttributes::rowOf(attribute.type)) size += row->scalarSize();
+        size += attribute.slot.scalarSize;
     return static_cast<std::uint32_t>(size);
 }
 
@@ -72,7 +72,7 @@ std::size_t AttributeFile::encodeSummary(std::span<std::byte> buffer, Positions&
     for (const Attribute& each : summaryAttributes) {
         fits = fits && (each.slot.isVariable()
                             ? encodeBlock(to, each.slot, each.value, static_cast<std::uint32_t>(each.count))
-                            : encodeScalar(to, each.slot.coding, each.value));
+                            : encodeScalar(to, each.slot, each.value));
     }
     at.largest = here();
     fits = fits && to.word(recordSize) && encodeDescriptors(to, dataAttributes);
@@ -144,7 +144,7 @@ bool AttributeFile::decodeSummary(Decoder& from, Positions& at) {
     if (!decodeAttributes(from, numSummary, summaryAttributes)) return false;
     for (Attribute& each : summaryAttributes) {
         const bool whole = each.slot.isVariable() ? decodeBlock(from, each.slot, each.value, each.count, true)
-                                                  : decodeScalar(from, each.slot.coding, each.value);
+                                                  : decodeScalar(from, each.slot, each.value);
         if (!whole) return false;
     }
     at.largest = here();
@@ -184,9 +184,11 @@ int AttributeFile::readSummary(Place& place) try {
 
 void AttributeFile::takeSlots() {
     slots_.clear();
+    scalarBytes_ = 0;
     variableRecords = false;
     for (const Attribute& attribute : dataAttributes) {
         slots_.push_back(attribute.slot);
+        scalarBytes_ += attribute.slot.scalarSize;
         variableRecords = variableRecords || attribute.slot.isVariable();
     }
 }

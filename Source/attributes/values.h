@@ -44,6 +44,13 @@ public:
         at_ += size;
         return pad(size);
     }
+    // Room for that many bytes, which the caller fills; null when there is not as much.
+    std::byte* room(std::size_t size) noexcept {
+        if (!has(size)) return nullptr;
+        std::byte* here = at_;
+        at_ += size;
+        return here;
+    }
     bool byte(bool truth) noexcept {
         if (!has(1)) return false;
         *at_++ = std::byte{truth};
@@ -115,64 +122,77 @@ private:
 struct Slot {
     valueCoding coding = valueCoding::none;
     std::uint8_t width = 0;
+    std::uint8_t scalarSize = 0; // bytes in the file of what is not variable
     bool isVariable() const noexcept { return coding >= valueCoding::array; }
 };
 inline Slot slotOf(SKARIOAttributes::dataType type) noexcept {
     const typeRow* row = SKARIOAttributes::rowOf(type);
-    return row ? Slot{row->coding, row->width} : Slot{};
+    return row ? Slot{row->coding, row->width, static_cast<std::uint8_t>(row->scalarSize())} : Slot{};
 }
 
-// Words that a value takes: one or two for a scalar, none for one of an unknown type.
-inline bool encodeScalar(Encoder& to, valueCoding coding, const dataValue& value) noexcept {
-    switch (coding) {
+// Puts a scalar where there is room for it. What follows goes behind it.
+inline std::byte* putScalar(std::byte* to, Slot slot, const dataValue& value) noexcept {
+    switch (slot.coding) {
     case valueCoding::word:
-        return to.word(value.uint32);
+        storeWord(to, value.uint32);
+        break;
     case valueCoding::lowHalfFirst:
-        return to.word(static_cast<std::uint32_t>(value.uint64)) &&
-               to.word(static_cast<std::uint32_t>(value.uint64 >> 32));
+        storeWord(to, static_cast<std::uint32_t>(value.uint64));
+        storeWord(to + wordSize, static_cast<std::uint32_t>(value.uint64 >> 32));
+        break;
     case valueCoding::signedHalf:
-        return to.word(static_cast<std::uint32_t>(std::int32_t{value.int16}));
+        storeWord(to, static_cast<std::uint32_t>(std::int32_t{value.int16}));
+        break;
     case valueCoding::unsignedHalf:
-        return to.word(value.uint16);
+        storeWord(to, value.uint16);
+        break;
     case valueCoding::boolean: {
         unsigned char byte; // a caller's byte may be other than 0 and 1
         std::memcpy(&byte, &value, 1);
-        return to.word(byte != 0);
+        storeWord(to, byte != 0);
+        break;
     }
     default:
-        return true;
+        break;
     }
+    return to + slot.scalarSize;
 }
 
-inline bool decodeScalar(Decoder& from, valueCoding coding, dataValue& value) noexcept {
-    std::uint32_t word = 0;
+// Takes a scalar from where it is whole.
+inline const std::byte* takeScalar(const std::byte* from, Slot slot, dataValue& value) noexcept {
     value.uint64 = 0;
-    switch (coding) {
+    switch (slot.coding) {
     case valueCoding::word:
-        if (!from.word(word)) return false;
-        value.uint32 = word;
-        return true;
-    case valueCoding::lowHalfFirst: {
-        std::uint32_t high = 0;
-        if (!from.word(word) || !from.word(high)) return false;
-        value.uint64 = std::uint64_t{high} << 32 | word;
-        return true;
-    }
+        value.uint32 = loadWord(from);
+        break;
+    case valueCoding::lowHalfFirst:
+        value.uint64 = std::uint64_t{loadWord(from + wordSize)} << 32 | loadWord(from);
+        break;
     case valueCoding::signedHalf:
-        if (!from.word(word)) return false;
-        value.int16 = static_cast<std::int16_t>(word);
-        return true;
+        value.int16 = static_cast<std::int16_t>(loadWord(from));
+        break;
     case valueCoding::unsignedHalf:
-        if (!from.word(word)) return false;
-        value.uint16 = static_cast<std::uint16_t>(word);
-        return true;
+        value.uint16 = static_cast<std::uint16_t>(loadWord(from));
+        break;
     case valueCoding::boolean:
-        if (!from.word(word)) return false;
-        value.boolean = word != 0;
-        return true;
+        value.boolean = loadWord(from) != 0;
+        break;
     default:
-        return true;
+        break;
     }
+    return from + slot.scalarSize;
+}
+
+inline bool encodeScalar(Encoder& to, Slot slot, const dataValue& value) noexcept {
+    std::byte* room = to.room(slot.scalarSize);
+    if (room) putScalar(room, slot, value);
+    return room != nullptr;
+}
+inline bool decodeScalar(Decoder& from, Slot slot, dataValue& value) noexcept {
+    value.uint64 = 0;
+    const std::byte* here = from.bytes(slot.scalarSize);
+    if (here) takeScalar(here, slot, value);
+    return here != nullptr;
 }
 
 // Bytes that `count` elements take in the file.

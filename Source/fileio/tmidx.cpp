@@ -126,8 +126,10 @@ const _TELD_TmIdxPair* TimeIndexStore::find(std::uint32_t numSets, const _TELD_T
     }
     if (sets_.empty()) return nullptr;
     if (uniform_ != 0) {
-        const std::uint64_t which = wanted / uniform_;
-        const std::uint64_t entry = wanted % uniform_;
+        // Of sets as the store fills them the division is a shift.
+        const bool full = uniform_ == fullTmIdxSet;
+        const std::uint64_t which = full ? wanted / fullTmIdxSet : wanted / uniform_;
+        const std::uint64_t entry = full ? wanted % fullTmIdxSet : wanted % uniform_;
         return which < sets_.size() && entry < sets_[which]->numRecords ? sets_[which]->offsets + entry
                                                                         : nullptr;
     }
