@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 using namespace skar::tests;
 
 namespace {
@@ -312,6 +314,43 @@ TEST(TowedSideScan, AnIndexThatPointsIntoTheHeadOfTheFileIsNotWrittenThrough) {
     ASSERT_NE(nullptr, sss.sensor);
     EXPECT_EQ(5002108, SSSUpdateStatus(sss, 1, 5));
     EXPECT_EQ(before, line.bytes("SSSSideScan"));
+}
+
+// More pings than a set of the index takes, of every length, read in every order by both readers.
+TEST(TowedSideScan, ManyPingsOfAnyLengthAreFoundInAnyOrder) {
+    constexpr unsigned seed = 20240607;
+    SCOPED_TRACE(seed);
+    std::mt19937 generator(seed);
+    const auto upTo = [&](std::uint32_t most) {
+        return std::uniform_int_distribution<std::uint32_t>(0, most)(generator);
+    };
+    const Line line;
+    std::vector<SssPing> pings(1100);
+    {
+        OpenSss sss(line.path(), L"create");
+        for (SssPing& p : pings) {
+            p.status = upTo(1) << 30 | upTo(0xFFFF);
+            p.time = 1e9 + upTo(100000) * 0.125;
+            p.p11 = upTo(0xFFFFFFFF);
+            const std::uint32_t most = upTo(20) == 0 ? 6000 : 300;
+            for (std::string* side : {&p.port, &p.starboard})
+                *side = samples(upTo(most) * p.width(), upTo(1000));
+            if (upTo(3) == 0) p.secondPort = samples(upTo(9000) * p.width(), upTo(1000));
+            if (upTo(3) == 0) p.secondStarboard = samples(upTo(most) * p.width(), upTo(1000));
+            ASSERT_EQ(0, writeSss(sss, p));
+        }
+        ASSERT_EQ(0, sss.close());
+    }
+    OpenSss sss(line.path(), L"query");
+    ASSERT_NE(nullptr, sss.sensor);
+    std::uint32_t next = 1;
+    for (int i = 0; i < 1500; ++i) {
+        if (upTo(2) == 0) next = 1 + upTo(1099);
+        const SssRead read = upTo(1) ? readSss(sss, next) : readSssInto(sss, next);
+        ASSERT_EQ(0, read.code) << next;
+        ASSERT_TRUE(pings[next - 1] == read.ping) << next;
+        next = next % 1100 + 1;
+    }
 }
 
 } // namespace
