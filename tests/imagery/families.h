@@ -59,6 +59,14 @@ inline std::string imageryName(const testing::TestParamInfo<ImageryFamily>& info
     return info.param.test;
 }
 const std::vector<ImageryFamily>& imageryFamilies();
+// Those that have a function.
+template <class Function>
+std::vector<ImageryFamily> imageryFamiliesWith(Function ImageryFamily::*function) {
+    std::vector<ImageryFamily> those;
+    for (const ImageryFamily& family : imageryFamilies())
+        if (family.*function) those.push_back(family);
+    return those;
+}
 
 // Puts the golden set into a line.
 inline void put(const Line& line, const ImageryFamily& family) {

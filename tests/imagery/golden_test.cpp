@@ -243,8 +243,12 @@ TEST_P(GoldenImagery, StatusesOfSummaryAndSegmentStayWithTheHandle) {
     EXPECT_EQ(family.twin("read")[1], family.segment(sensor, 1));
 }
 
-TEST_P(GoldenImagery, SourceFileNamesAreReplacedOnDisk) {
-    if (!family.setSourceFileName) GTEST_SKIP() << "the family has no such function";
+class RenamedSources : public GoldenImagery {};
+INSTANTIATE_TEST_SUITE_P(Every, RenamedSources,
+                         testing::ValuesIn(imageryFamiliesWith(&ImageryFamily::setSourceFileName)),
+                         imageryName);
+
+TEST_P(RenamedSources, AreReplacedOnDisk) {
     put(line, family);
     {
         OpenImagery sensor(family, line.path(), L"update");
