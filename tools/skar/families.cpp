@@ -1,6 +1,7 @@
 #include "families.h"
 
 #include "access/access.h"
+#include "access/imagery.h"
 #include "check/layout.h"
 #include "commands/command.h"
 
@@ -75,6 +76,50 @@ constexpr Quantity uncertainty[] = {{"tpe1", "", "as its source estimated it, st
 constexpr Quantity processedExtents[] = {
     {"depth", "m", downward}, {"latitude", "rad", north}, {"longitude", "rad", east}};
 
+constexpr const char* callers = "as its source recorded it; docs/conventions.md for imported lines";
+constexpr const char* perSide = "samples";
+constexpr Quantity towedPing[] = {{"parameter3", "", callers},
+                                  {"parameter4", "", callers},
+                                  {"parameter5", "", callers},
+                                  {"fish_height", "", callers},
+                                  {"parameter7", "", callers},
+                                  {"parameter8", "", callers},
+                                  {"parameter9", "", callers},
+                                  {"parameter10", "", callers},
+                                  {"parameter11", "", callers},
+                                  {"sample_interval", "", callers},
+                                  {"parameter13", "", callers},
+                                  {"parameter14", "", callers},
+                                  {"port_count", "", perSide},
+                                  {"starboard_count", "", perSide},
+                                  {"parameter19", "", callers},
+                                  {"parameter20", "", callers},
+                                  {"parameter21", "", callers},
+                                  {"parameter22", "", callers},
+                                  {"parameter23", "", callers},
+                                  {"parameter24", "", callers},
+                                  {"parameter25", "", callers},
+                                  {"second_port_count", "", perSide},
+                                  {"second_starboard_count", "", perSide}};
+constexpr Quantity processedImage[] = {{"parameter3", "", callers},
+                                       {"parameter4", "", callers},
+                                       {"parameter5", "", callers},
+                                       {"port_count", "", perSide},
+                                       {"starboard_count", "", perSide}};
+constexpr Quantity samples[] = {{"port", "", asRecorded},
+                                {"starboard", "", asRecorded},
+                                {"second_port", "", asRecorded},
+                                {"second_starboard", "", asRecorded}};
+constexpr Quantity amplitudePing[] = {{"value", "", asRecorded}, {"A", "", asRecorded},
+                                      {"B", "", asRecorded},     {"C", "", asRecorded},
+                                      {"D", "", asRecorded},     {"E", "", asRecorded}};
+constexpr Quantity amplitudes[] = {{"first", "", asRecorded},
+                                   {"second", "", asRecorded},
+                                   {"third", "", asRecorded},
+                                   {"fourth", "", asRecorded},
+                                   {"count", "", "samples of the beam's trace"},
+                                   {"value", "", asRecorded}};
+
 constexpr Family series(const char* name, std::uint32_t id, Coding coding, const char* about,
                         std::span<const Quantity> quantity) {
     return {.name = name,
@@ -126,6 +171,28 @@ constexpr Family withSegmentExtents(Family family, std::size_t count) {
     return family;
 }
 
+constexpr Family imagery(const char* name, std::uint32_t id, std::uint32_t storedType, const char* about,
+                         const Kind& kind, std::span<const Quantity> head, const Items& items,
+                         const check::Formats& formats) {
+    return {.name = name,
+            .about = about,
+            .kind = &kind,
+            .quantities = head,
+            .items = items,
+            .extents = {},
+            .numSegmentExtents = 0,
+            .id = id,
+            .storedType = storedType,
+            .formats = &formats};
+}
+
+constexpr Family withCompanion(Family family, const char* name) {
+    family.companion = name;
+    return family;
+}
+
+constexpr Items twoSides = {"ping", "sample", std::span(samples).first(2), false};
+
 constexpr auto depthExtent = std::span(processedExtents).first(1);
 
 constexpr Family table[] = {
@@ -165,6 +232,15 @@ constexpr Family table[] = {
     laidOut(
         sensor("SensorParameters", 57, 57, "settings of the sonar", sonarSettingsAccess, sonarSettings, {}),
         check::sonarSettingsFormats),
+    withCompanion(imagery("SideScan", 9, 9, "amplitudes of the beams", multibeamImageryKind, amplitudePing,
+                          {"ping", "beam", amplitudes}, check::multibeamImageryFormats),
+                  "SideScanTrace"),
+    imagery("SSSSideScan", 13, 13, "imagery of the towfish", sideScanKind, towedPing,
+            {"ping", "sample", samples, false}, check::towedImageryFormats),
+    imagery("SSSProcessedSideScan", 19, 19, "imagery after processing", sideScanKind, processedImage,
+            twoSides, check::processedImageryFormats),
+    imagery("NewSSSProcessedSideScan", 32787, 19, "imagery being processed", sideScanKind, processedImage,
+            twoSides, check::processedImageryFormats),
     laidOut(sensor("EventMark", 32, 32, "notes", eventMarkAccess, eventMark, {}), check::eventMarkFormats),
 };
 

@@ -105,6 +105,7 @@ struct Items {
     const char* record = "record";
     const char* item = nullptr;
     std::span<const Quantity> quantities = {};
+    bool counted = true; // by the summary
 };
 
 // How values are coded: one coding for a series, else by quantity.
@@ -129,6 +130,7 @@ struct Family {
     Coding coding = Coding::byQuantity;
     const Access* access = nullptr;
     const check::Formats* formats = nullptr; // of their files
+    const char* companion = nullptr;         // a further file of the set
 
     bool hasItems() const { return items.item != nullptr; }
 };

@@ -187,6 +187,39 @@ constexpr auto markRecord = [] {
     return words;
 }();
 
+constexpr Word imagerySummary[] = {
+    {"status", Role::plain},         {"number of pings", Role::recordCount}, {"clock accuracy", Role::scale},
+    {"reference time", Role::plain}, {"smallest time", Role::minTime},       {"largest time", Role::maxTime},
+    {"version", Role::plain},
+};
+constexpr std::size_t towedWords = 17;
+constexpr auto towedPing = [] {
+    std::array<Word, towedWords> words{};
+    words.fill(other);
+    words[0] = {"status", Role::width};
+    words[1] = {"time", Role::time};
+    words[10] = {"sample counts", Role::samples};
+    words[16] = {"second sample counts", Role::samples};
+    return words;
+}();
+constexpr Word processedImagePing[] = {
+    {"status", Role::width}, {"time", Role::time}, other, other, {"sample counts", Role::samples}};
+
+constexpr Word amplitudeSummary[] = {
+    {"status", Role::plain},
+    {"number of pings", Role::recordCount},
+    {"number of beams", Role::itemCount},
+    {"clock accuracy", Role::scale},
+    {"reference time", Role::plain},
+    {"smallest time", Role::minTime},
+    {"largest time", Role::maxTime},
+};
+constexpr Word amplitudePing[] = {
+    {"time", Role::time}, {"range of beams", Role::itemRange}, {"parameters", Role::plain}, other};
+constexpr Word amplitudeBeam[] = {{"amplitudes", Role::plain}};
+constexpr Word tracedBeam[] = {
+    {"amplitudes", Role::plain}, {"trace samples", Role::trace}, {"trace offset", Role::traceAt}};
+
 constexpr Layout observedLayouts[] = {{observedSummary, ping1, depthExtents, observedBeam1},
                                       {observedSummary, ping2, depthExtents, observedBeam2}};
 constexpr Layout processedLayouts[] = {{processedSummary, processedPing1, processedExtents, processedBeam1},
@@ -198,11 +231,21 @@ constexpr Layout uncertaintyLayouts[] = {{uncertaintySummary, uncertaintyPing, p
 constexpr Layout soundSpeedLayouts[] = {{soundSpeedSummary, soundSpeedRecord, soundSpeedExtents}};
 constexpr Layout sonarLayouts[] = {{sonarSummary, sonarRecord, pingTimes}};
 constexpr Layout markLayouts[] = {{flatSummary, markRecord, pingTimes}};
+constexpr Layout towedLayouts[] = {{imagerySummary, towedPing, pingTimes, {}, true}};
+constexpr Layout processedImageLayouts[] = {{imagerySummary, processedImagePing, pingTimes, {}, true}};
+constexpr Layout amplitudeLayouts[] = {{amplitudeSummary, amplitudePing, pingTimes, amplitudeBeam}};
+constexpr Layout tracedLayouts[] = {{amplitudeSummary, amplitudePing, pingTimes, tracedBeam}};
+constexpr OtherType otherAmplitudes[] = {{10, tracedLayouts}, {20, amplitudeLayouts}};
 constexpr Layout seriesLayouts[] = {{seriesSummary, seriesRecord, seriesExtents}};
 constexpr Layout trackLayouts[] = {{trackSummary, trackRecord, trackExtents}};
 
 std::span<const Layout> layoutsOf(const Family& family) {
-    if (family.formats != nullptr) return family.formats->versions;
+    if (family.formats != nullptr) {
+        for (const OtherType& type : family.formats->others) {
+            if (type.storedType == family.storedType) return type.versions;
+        }
+        return family.formats->versions;
+    }
     if (family.coding == Coding::byQuantity) return trackLayouts;
     return seriesLayouts;
 }
@@ -216,6 +259,21 @@ const Formats uncertaintyFormats = {uncertaintyLayouts};
 const Formats soundSpeedFormats = {soundSpeedLayouts};
 const Formats sonarSettingsFormats = {sonarLayouts};
 const Formats eventMarkFormats = {markLayouts};
+const Formats multibeamImageryFormats = {amplitudeLayouts, otherAmplitudes};
+const Formats towedImageryFormats = {towedLayouts, {}, true};
+const Formats processedImageryFormats = {processedImageLayouts, {}, true};
+
+bool acceptsType(const Family& family, std::uint32_t sensorType) {
+    return sensorType == family.storedType ||
+           (family.formats != nullptr &&
+            std::ranges::find(family.formats->others, sensorType, &OtherType::storedType) !=
+                family.formats->others.end());
+}
+
+bool acceptsVersion(const Family& family, std::uint32_t version) {
+    return (family.formats != nullptr && family.formats->versionIsCallers) ||
+           (version >= 1 && version <= newestVersion(family));
+}
 
 std::uint32_t newestVersion(const Family& family) {
     return static_cast<std::uint32_t>(layoutsOf(family).size());

@@ -37,6 +37,10 @@ enum class Role {
     itemCount, // over all records
     items,     // of the record: how many follow
     itemRange, // the same in the upper half, the number of the first in the lower
+    width,     // of the record's samples: two bytes where bit 30 is set, otherwise one
+    samples,   // of the record: how many follow, of one side in each half
+    trace,     // of an item: how many bytes it has in the file of traces, in the upper half
+    traceAt,   // and where they begin
     scale,     // a divisor, above 0
     time,
     minTime,
@@ -57,7 +61,9 @@ struct Layout {
     std::span<const Word> record;
     std::span<const Word> segmentExtents;
     std::span<const Word> item = {};
+    bool isSampled = false; // samples follow a record
 
+    bool isVariable() const { return isSampled || !item.empty(); }
     // Beams wrap their times and updates only widen the extents, so those of pings can but contain.
     bool extentsAreExact() const { return item.empty(); }
     std::uint64_t itemSize() const { return item.size() * wordSize; }
@@ -109,9 +115,17 @@ inline constexpr Word trackExtents[] = {
     {"smallest longitude", Role::min, 1}, {"largest longitude", Role::max, 1},
 };
 
+// Files of a family that are of another sensor type, with layouts of their own.
+struct OtherType {
+    std::uint32_t storedType;
+    std::span<const Layout> versions;
+};
+
 // The layouts of a family, from its first version on.
 struct Formats {
     std::span<const Layout> versions;
+    std::span<const OtherType> others = {};
+    bool versionIsCallers = false; // it says nothing of the layout
 };
 
 extern const Formats observedDepthsFormats;
@@ -121,6 +135,13 @@ extern const Formats uncertaintyFormats;
 extern const Formats soundSpeedFormats;
 extern const Formats sonarSettingsFormats;
 extern const Formats eventMarkFormats;
+extern const Formats multibeamImageryFormats;
+extern const Formats towedImageryFormats;
+extern const Formats processedImageryFormats;
+
+// Whether a data file of the family may be of that sensor type.
+bool acceptsType(const Family& family, std::uint32_t sensorType);
+bool acceptsVersion(const Family& family, std::uint32_t version);
 
 std::uint32_t newestVersion(const Family& family);
 

@@ -16,10 +16,15 @@ namespace skar::tool::check {
 bool readToken(WordFile& file, Report& report);
 bool readFileType(WordFile& file, FileType type, Report& report);
 
+struct Identity {
+    std::uint32_t sensorType = 0;
+    std::uint32_t version = 0;
+};
+
 // The four words at the head of a file. version: what the words should name, if the data file has told it.
 // False when the file is of another kind; throws Truncated.
 bool readIdentity(WordFile& file, const Family& family, FileType type, std::optional<std::uint32_t> version,
-                  Report& report, std::uint32_t* found = nullptr);
+                  Report& report, Identity* found = nullptr);
 
 // Encoded extents over records.
 struct Range {

@@ -33,10 +33,11 @@ bool readFileType(WordFile& file, FileType type, Report& report) {
 }
 
 bool readIdentity(WordFile& file, const Family& family, FileType type, std::optional<std::uint32_t> version,
-                  Report& report, std::uint32_t* found) {
+                  Report& report, Identity* found) {
     bool right = readToken(file, report);
     const std::uint32_t sensorType = file.word();
-    if (sensorType != family.storedType) {
+    const bool isSideFile = version.has_value();
+    if (isSideFile ? sensorType != family.storedType : !acceptsType(family, sensorType)) {
         report.error(
             "sensor-type", wordSize,
             fmt::format("is of sensor type {}, {} has {}", sensorType, family.name, family.storedType));
@@ -47,11 +48,11 @@ bool readIdentity(WordFile& file, const Family& family, FileType type, std::opti
     if (version && fileVersion != *version) {
         report.warning("version", 3 * wordSize,
                        fmt::format("is of version {}, the data file of version {}", fileVersion, *version));
-    } else if (!version && (fileVersion < 1 || fileVersion > newestVersion(family))) {
+    } else if (!version && !acceptsVersion(family, fileVersion)) {
         report.warning("version", 3 * wordSize,
                        fmt::format("is of version {}, known is {}", fileVersion, newestVersion(family)));
     }
-    if (found != nullptr) *found = fileVersion;
+    if (found != nullptr) *found = {sensorType, fileVersion};
     return right;
 }
 
@@ -104,7 +105,7 @@ public:
         if (indexFile) index_.emplace(*indexFile, family_, version_, report_, indexPath_.string());
         if (readable) {
             compareRecords(*data);
-            if (!layout_->item.empty() || isWithoutRecords_) compareEnd(*data);
+            if (layout_->isVariable() || isWithoutRecords_) compareEnd(*data);
             compareSummary();
             compareSegments();
             entries_.compareCount(*counted_, identityWords * wordSize);
@@ -121,10 +122,11 @@ private:
     // The identity and the summary. False when the records cannot be told from the rest.
     bool readHead(WordFile& data) {
         try {
-            std::uint32_t version = 0;
-            const bool right = readIdentity(data, family_, dataFile, std::nullopt, report_, &version);
-            version_ = version;
-            layout_ = &layoutOf(family_, version);
+            Identity identity;
+            const bool right = readIdentity(data, family_, dataFile, std::nullopt, report_, &identity);
+            version_ = identity.version;
+            if (right) family_.storedType = identity.sensorType;
+            layout_ = &layoutOf(family_, identity.version);
             for (const Word& word : layout_->summary) {
                 const std::uint64_t offset = data.position();
                 summary_.push_back(data.word());
@@ -149,7 +151,7 @@ private:
     void countRecords(const WordFile& data, std::uint32_t counted, std::uint64_t offset) {
         counted_ = counted;
         if (data.size() < layout_->firstRecord()) return;
-        if (!layout_->item.empty() || isWithoutRecords_) {
+        if (layout_->isVariable() || isWithoutRecords_) {
             // Only reading the pings tells where they end.
             records_ = isWithoutRecords_ ? 0 : counted;
             countOffset_ = offset;
@@ -203,7 +205,7 @@ private:
                 }
                 previous = time;
                 entries_.record(number, offset, layout_->recordSize(), time, data.size());
-                if (!readItems(data, number, offset, record, range)) {
+                if (!readItems(data, number, offset, record, range) || !passSamples(data, offset, record)) {
                     records_ = number - 1;
                     break;
                 }
@@ -211,7 +213,7 @@ private:
             }
         } catch (const Truncated& cut) {
             report_.enterFile(dataPath_.string());
-            if (layout_->item.empty()) {
+            if (!layout_->isVariable()) {
                 report_.error("unreadable", cut.offset, "cannot be read on from here");
             } else {
                 records_ = begun_ - 1;
@@ -253,10 +255,55 @@ private:
                     word = data.word();
                 all_.add(layout_->item, item);
                 if (range != nullptr) range->add(layout_->item, item);
+                checkTrace(item, number, first + beam, data.position() - layout_->itemSize());
             }
             items_ += count;
         }
         return true;
+    }
+
+    // The samples of a ping. False when the file ends before they do.
+    bool passSamples(WordFile& data, std::uint64_t offset, std::span<const std::uint32_t> record) {
+        constexpr std::uint32_t twoByteSamples = 1U << 30U;
+        std::uint64_t width = 1;
+        std::uint64_t bytes = 0;
+        std::size_t last = 0;
+        for (std::size_t i = 0; i < record.size(); ++i) {
+            const Role role = layout_->record[i].role;
+            if (role == Role::width && (record[i] & twoByteSamples) != 0) width = 2;
+            if (role != Role::samples) continue;
+            bytes += width * ((record[i] >> 16U) + (record[i] & 0xFFFFU));
+            last = i;
+        }
+        if (bytes > data.left()) {
+            reportCut(data, offset + last * wordSize);
+            return false;
+        }
+        data.skip(bytes);
+        return true;
+    }
+
+    void checkTrace(std::span<const std::uint32_t> item, std::uint64_t ping, std::uint64_t beam,
+                    std::uint64_t offset) {
+        std::uint64_t samples = 0;
+        for (std::size_t i = 0; i < item.size(); ++i) {
+            const Role role = layout_->item[i].role;
+            if (role == Role::trace) samples = item[i] >> 16U;
+            if (role != Role::traceAt || samples == 0) continue;
+            if (!traceSize_) traceSize_ = sizeOfTraces();
+            if (item[i] + samples <= *traceSize_) continue;
+            report_.enterFile(dataPath_.string());
+            report_.error("trace-beyond", offset + i * wordSize,
+                          fmt::format("ping {}, beam {}: {} trace samples from byte {} on lie beyond the {} "
+                                      "bytes of {}",
+                                      ping, beam, samples, item[i], *traceSize_, family_.companion));
+        }
+    }
+
+    std::uint64_t sizeOfTraces() const {
+        std::error_code error;
+        const std::uintmax_t size = fs::file_size(line_.native / family_.companion, error);
+        return error ? 0 : size;
     }
 
     void compareEnd(const WordFile& data) {
@@ -339,7 +386,7 @@ private:
     void tryLibrary(bool clean) {
         if (!clean) return;
         try {
-            OpenSet set(line_, family_, L"query");
+            family_.kind->open(line_, family_);
         } catch (const ToolError& error) {
             report_.enterFile(dataPath_.string());
             report_.error("refused", 0, error.what());
@@ -347,7 +394,7 @@ private:
     }
 
     const LinePath& line_;
-    const Family& family_;
+    Family family_; // of the sensor type that the data file names
     const Layout* layout_;
     Report& report_;
     Progress& progress_;
@@ -365,6 +412,7 @@ private:
     };
     CountedItems countedItems_; // by the summary
     std::uint64_t items_ = 0;
+    std::optional<std::uint64_t> traceSize_; // of the file of traces
     std::uint64_t countOffset_ = 0;
     std::uint64_t begun_ = 0; // the record that is being read
     bool isWithoutRecords_ = false;

@@ -2,6 +2,7 @@
 
 #include <boost/endian/conversion.hpp>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -42,6 +43,20 @@ const unsigned char* WordFile::take(std::size_t count) {
 
 std::uint32_t WordFile::word() {
     return boost::endian::load_big_u32(take(sizeof(std::uint32_t)));
+}
+
+void WordFile::skip(std::uint64_t count) {
+    if (left() < count) throw Truncated{position_};
+    while (count > 0) {
+        if (begin_ == end_) {
+            take(1);
+            --count;
+        }
+        const auto step = static_cast<std::size_t>(std::min<std::uint64_t>(count, end_ - begin_));
+        begin_ += step;
+        position_ += step;
+        count -= step;
+    }
 }
 
 std::string WordFile::text(std::uint64_t length) {

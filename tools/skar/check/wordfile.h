@@ -26,6 +26,7 @@ public:
     std::uint64_t left() const { return size_ - position_; }
     std::uint32_t word();
     std::string text(std::uint64_t length);
+    void skip(std::uint64_t count);
 
 private:
     // Makes the next count bytes available at the returned address; count is at most a word's.

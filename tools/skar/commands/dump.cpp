@@ -113,7 +113,8 @@ public:
         auto to = std::back_inserter(out);
         fmt::format_to(to, "# {} of {}: {}, {} {}s", family_.name, printable(line.native.string()),
                        family_.about, summary.records, family_.items.record);
-        if (family_.hasItems()) fmt::format_to(to, " of {} {}s", summary.items, family_.items.item);
+        if (family_.hasItems() && family_.items.counted)
+            fmt::format_to(to, " of {} {}s", summary.items, family_.items.item);
         fmt::format_to(to, "\n# time: {}; utc: the same instant\n", timeScale);
         for (const Quantity& quantity : quantities_)
             fmt::format_to(to, "# {}: {}{}{}\n", quantity.name, unit(quantity),
@@ -151,7 +152,8 @@ public:
                        {"line", line.native.string()},
                        {"about", family_.about},
                        {fmt::format("{}s", family_.items.record), summary.records}};
-        if (family_.hasItems()) header[fmt::format("{}s", family_.items.item)] = summary.items;
+        if (family_.hasItems() && family_.items.counted)
+            header[fmt::format("{}s", family_.items.item)] = summary.items;
         header["time"] = {{"unit", "s"}, {"scale", timeScale}};
         header["quantities"] = Json::array();
         for (const Quantity& quantity : quantities_) {

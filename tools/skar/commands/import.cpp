@@ -84,6 +84,15 @@ std::vector<Finding> findings(const RawFile& file, const ImportPlan& plan) {
                        {},
                        false});
     }
+    for (const PlannedSegment& segment : plan.segments) {
+        if (segment.file != &file || segment.averaged == 0) continue;
+        all.push_back({"averaged",
+                       "pings of more than 6000 samples a side, neighbours averaged",
+                       segment.averaged,
+                       0,
+                       {},
+                       true});
+    }
     return all;
 }
 
@@ -231,7 +240,7 @@ Run declareImport(CLI::App& app) {
     app.add_flag("--allow-overlap", options->allowOverlap,
                  "Write files that overlap in time one after the other");
     app.footer(
-        "Formats: Kongsberg EM raw data (.all, .wcd), GSF, NMEA 0183 logs, semicolon text logs with a\n"
+        "Formats: Kongsberg EM raw data (.all, .wcd), GSF, XTF, NMEA 0183 logs, semicolon text logs with a\n"
         "heading line. The content of a file tells its format, not its name.\n"
         "Every file becomes one line segment per sensor, in order of time. Directories of the line that\n"
         "are missing are made; its root must exist. Only systems that the file names as active are\n"

@@ -142,8 +142,9 @@ bool hasExtents(const SensorInfo& sensor) {
 }
 
 std::string itemsText(const SensorInfo& sensor) {
-    if (!sensor.family->hasItems()) return "";
-    return fmt::format("{} {}s", sensor.summary.items, sensor.family->items.item);
+    const Items& items = sensor.family->items;
+    if (!sensor.family->hasItems() || !items.counted) return "";
+    return fmt::format("{} {}s", sensor.summary.items, items.item);
 }
 
 void printOverview(const std::vector<SensorInfo>& sensors) {
@@ -343,7 +344,8 @@ Json sensorJson(const SensorInfo& sensor) {
     json["coding"] = codingText(family.coding);
     json["version"] = sensor.version;
     json["records"] = sensor.summary.records;
-    if (family.hasItems()) json[fmt::format("{}s", family.items.item)] = sensor.summary.items;
+    if (family.hasItems() && family.items.counted)
+        json[fmt::format("{}s", family.items.item)] = sensor.summary.items;
     json["status"] = sensor.summary.status;
     for (const Setting& setting : sensor.summary.settings)
         json["settings"][setting.name] = setting.value;

@@ -152,6 +152,7 @@ public:
     void surfaceSpeed(const KongsbergFrame& frame, Micros time);
     void depths(const KongsbergFrame& frame, Micros time);
     void ranges(const KongsbergFrame& frame, Micros time);
+    void image(const KongsbergFrame& frame, Micros time);
 
     RawData finish();
     Problems& problems() { return data_.problems; }
@@ -182,6 +183,7 @@ private:
     LeftOutCounter leftOut_;
     KongsbergDepths depths_; // kept for their memory
     KongsbergRanges ranges_;
+    KongsbergSeabedImage image_;
     std::vector<TimedValue> headingSeries_; // from the active compass, should no motion sensor give it
     std::set<int> motionSensors_;
     std::set<int> headingSensors_;
@@ -304,13 +306,25 @@ void AllImport::ranges(const KongsbergFrame& frame, Micros time) {
     data_.rangePings.records.push_back(placeOf(frame, time));
 }
 
+void AllImport::image(const KongsbergFrame& frame, Micros time) {
+    if (!decode(frame, image_)) return problems().add(ProblemKind::length, frame.offset);
+    if (image_.samples.empty()) return leftOut_.add("seabed image 89", "ping without samples");
+    constexpr double slowest = 0.25; // Hz; the time between two samples is kept in 32 bits of nanoseconds
+    if (!(image_.samplingRate >= slowest && image_.samplingRate <= 1e9F))
+        return problems().add(ProblemKind::badValue, frame.offset);
+    PingPlace place = placeOf(frame, time);
+    const std::size_t port = image_.samplesToPort();
+    place.samples = static_cast<std::uint32_t>(std::max(port, image_.samples.size() - port));
+    data_.imagePings.records.push_back(place);
+}
+
 void AllImport::numberHeads() {
     std::set<std::uint32_t> serials;
-    for (const auto* series : {&data_.depthPings, &data_.rangePings}) {
+    for (const auto* series : {&data_.depthPings, &data_.rangePings, &data_.imagePings}) {
         for (const PingPlace& place : series->records)
             serials.insert(place.head);
     }
-    for (auto* series : {&data_.depthPings, &data_.rangePings}) {
+    for (auto* series : {&data_.depthPings, &data_.rangePings, &data_.imagePings}) {
         for (PingPlace& place : series->records) {
             place.head =
                 1 + static_cast<std::uint32_t>(std::distance(serials.begin(), serials.find(place.head)));
@@ -320,6 +334,8 @@ void AllImport::numberHeads() {
     if (!data_.depthPings.records.empty()) data_.depthPings.origin = "XYZ 88, serial number " + joined(named);
     if (!data_.rangePings.records.empty())
         data_.rangePings.origin = "raw range and angle 78, serial number " + joined(named);
+    if (!data_.imagePings.records.empty())
+        data_.imagePings.origin = "seabed image 89, serial number " + joined(named);
 }
 
 RawData AllImport::finish() {
@@ -368,6 +384,9 @@ RawData AllImport::finish() {
         say.emplace_back("Depths are below the water line, the transducer's depth with its heave added.");
     if (!data_.rangePings.records.empty())
         say.emplace_back("Angles are those of the receive array, turned to be positive to starboard.");
+    if (!data_.imagePings.records.empty())
+        say.emplace_back(
+            "Samples of seabed images are kept as 0.1 dB above -3276.8 dB, 0 where there is none.");
     if (!data_.soundSpeeds.records.empty())
         say.emplace_back("A sound speed profile has the time of its datagram, not that of its cast.");
     data_.leftOut = leftOut_.take();
@@ -397,7 +416,7 @@ constexpr std::array<DatagramType, 20> datagramTypes{{
     {'R', "runtime parameters", nullptr},
     {'U', "sound speed profile", &AllImport::soundProfile},
     {'X', "XYZ 88", &AllImport::depths},
-    {'Y', "seabed image 89", nullptr},
+    {'Y', "seabed image 89", &AllImport::image},
     {'h', "height", nullptr},
     {'k', "water column", nullptr},
     {'n', "network attitude velocity", nullptr},

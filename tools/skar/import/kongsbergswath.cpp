@@ -1,5 +1,7 @@
 #include "import/kongsbergswath.h"
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 
 namespace skar::import {
@@ -9,6 +11,7 @@ namespace {
 constexpr std::size_t depthBeamBytes = 20;
 constexpr std::size_t sectorBytes = 24;
 constexpr std::size_t rangeBeamBytes = 16;
+constexpr std::size_t imageBeamBytes = 6;
 
 } // namespace
 
@@ -61,6 +64,49 @@ bool decode(const KongsbergFrame& frame, KongsbergRanges& ranges) {
         in.skip(1);
     }
     return !in.failed();
+}
+
+bool decode(const KongsbergFrame& frame, KongsbergSeabedImage& image) {
+    Cursor in = frame.cursor();
+    image.counter = in.readAt<std::uint16_t>(12);
+    in.seek(KongsbergFrames::headerBytes);
+    image.samplingRate = in.read<float>();
+    image.normalIncidence = in.read<std::uint16_t>();
+    in.skip(8); // backscatter at normal and oblique incidence, beam width, crossover
+    const auto count = in.read<std::uint16_t>();
+    if (in.failed() || count * imageBeamBytes > in.remaining()) return false;
+    std::size_t samples = 0;
+    image.beams.resize(count);
+    for (KongsbergSeabedImage::Beam& beam : image.beams) {
+        beam.direction = in.read<std::int8_t>();
+        in.skip(1); // detection
+        beam.samples = in.read<std::uint16_t>();
+        in.skip(2); // centre sample
+        samples += beam.samples;
+    }
+    if (samples * sizeof(std::int16_t) > in.remaining()) return false;
+    image.samples.resize(samples);
+    for (std::int16_t& sample : image.samples)
+        sample = in.read<std::int16_t>();
+    return !in.failed();
+}
+
+// Near the nadir a bottom that is not level turns the order of single beams, so the parting is where it fits
+// most of them.
+std::size_t KongsbergSeabedImage::samplesToPort() const {
+    std::ptrdiff_t fit = 0;
+    std::ptrdiff_t bestFit = 0;
+    std::size_t passed = 0;
+    std::size_t best = 0;
+    for (const Beam& beam : beams) {
+        fit -= beam.direction;
+        passed += beam.samples;
+        if (fit > bestFit) {
+            bestFit = fit;
+            best = passed;
+        }
+    }
+    return best;
 }
 
 PingPlace placeOf(const KongsbergFrame& frame, Micros time) {
@@ -134,6 +180,26 @@ bool readKongsbergRanges(ByteSource& source, const PingPlace& place, RangePing& 
         out.refuseNonsense();
         ping.beams.push_back(out);
     }
+    return true;
+}
+
+bool readKongsbergImage(ByteSource& source, const PingPlace& place, ImagePing& ping) {
+    KongsbergSeabedImage in;
+    if (!decodeAt(source, place, 'Y', in)) return false;
+    ping = {};
+    ping.sampleBytes = sizeof(std::uint16_t);
+    ping.number = in.counter;
+    ping.interval = 1.0 / double{in.samplingRate};
+    ping.delay = in.normalIncidence * ping.interval;
+    // The store's samples have no sign; the order of strengths stays, and 0 is left for what has none.
+    const auto strength = [](std::int16_t sample) {
+        constexpr int zero = 32768;
+        return static_cast<std::uint16_t>(sample <= KongsbergSeabedImage::noValue ? 0 : sample + zero);
+    };
+    const auto nadir = in.samples.begin() + static_cast<std::ptrdiff_t>(in.samplesToPort());
+    std::transform(std::make_reverse_iterator(nadir), in.samples.rend(), std::back_inserter(ping.port),
+                   strength);
+    std::transform(nadir, in.samples.end(), std::back_inserter(ping.starboard), strength);
     return true;
 }
 

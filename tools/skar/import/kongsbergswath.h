@@ -47,13 +47,31 @@ struct KongsbergRanges { // 'N', raw range and angle 78
     std::vector<Beam> beams;
 };
 
+struct KongsbergSeabedImage { // 'Y', seabed image 89
+    static constexpr std::int16_t noValue = -32767;
+    struct Beam {
+        std::int8_t direction = 0; // 1: the nearest sample first, -1: the farthest first
+        std::uint16_t samples = 0;
+    };
+    std::uint16_t counter = 0;         // of the ping
+    float samplingRate = 0.0F;         // Hz
+    std::uint16_t normalIncidence = 0; // range to it, samples
+    std::vector<Beam> beams;           // from port to starboard
+    std::vector<std::int16_t> samples; // of all beams in turn, 0.1 dB
+
+    // Samples that lie to port: those of the beams up to where the ranges stop falling and begin to rise.
+    std::size_t samplesToPort() const;
+};
+
 // Each gives false when the datagram is too short for what it claims to hold.
 bool decode(const KongsbergFrame& frame, KongsbergDepths& depths);
 bool decode(const KongsbergFrame& frame, KongsbergRanges& ranges);
+bool decode(const KongsbergFrame& frame, KongsbergSeabedImage& image);
 
 // Where the datagram stands, for a second look at it.
 PingPlace placeOf(const KongsbergFrame& frame, Micros time);
 bool readKongsbergDepths(ByteSource& source, const PingPlace& place, DepthPing& ping);
 bool readKongsbergRanges(ByteSource& source, const PingPlace& place, RangePing& ping);
+bool readKongsbergImage(ByteSource& source, const PingPlace& place, ImagePing& ping);
 
 } // namespace skar::import

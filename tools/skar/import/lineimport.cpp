@@ -3,6 +3,7 @@
 #include "commands/command.h"
 #include "families.h"
 #include "import/georeference.h"
+#include "import/lineimage.h"
 #include "import/lineswath.h"
 #include "openset.h"
 
@@ -24,23 +25,39 @@ using import::RawData;
 namespace {
 
 // Where a sensor's records come from in the readers' model.
-enum class From { positions, scalars, soundSpeeds, depths, placedDepths, ranges, uncertainties };
+enum class From {
+    positions,
+    fishPositions,
+    scalars,
+    soundSpeeds,
+    depths,
+    placedDepths,
+    ranges,
+    uncertainties,
+    images
+};
 struct ImportSensor {
     const char* name;
     From from;
     import::ScalarKind kind;
 };
-constexpr std::array<ImportSensor, 10> sensorTable{{
+constexpr std::array<ImportSensor, 16> sensorTable{{
     {"Navigation", From::positions, {}},
     {"Gyro", From::scalars, import::ScalarKind::gyro},
     {"Heave", From::scalars, import::ScalarKind::heave},
     {"Pitch", From::scalars, import::ScalarKind::pitch},
     {"Roll", From::scalars, import::ScalarKind::roll},
+    {"SSSNavigation", From::fishPositions, {}},
+    {"SSSGyro", From::scalars, import::ScalarKind::fishGyro},
+    {"SSSCableOut", From::scalars, import::ScalarKind::cableOut},
+    {"SSSSensorHeight", From::scalars, import::ScalarKind::fishHeight},
+    {"SSSSensorDepth", From::scalars, import::ScalarKind::fishDepth},
     {"ObservedDepths", From::depths, {}},
     {"ProcessedDepths", From::placedDepths, {}},
     {"SLRange", From::ranges, {}},
     {"TPE", From::uncertainties, {}},
     {"SSP", From::soundSpeeds, {}},
+    {"SSSSideScan", From::images, {}},
 }};
 constexpr auto sensorNames = [] {
     std::array<const char*, sensorTable.size()> names{};
@@ -94,6 +111,10 @@ auto withSeries(const RawData& data, const ImportSensor& sensor, Take take) {
     switch (sensor.from) {
     case From::positions:
         return take(data.navigation);
+    case From::fishPositions:
+        return take(data.fishNavigation);
+    case From::images:
+        return take(data.imagePings);
     case From::soundSpeeds:
         return take(data.soundSpeeds);
     case From::depths:
@@ -108,6 +129,15 @@ auto withSeries(const RawData& data, const ImportSensor& sensor, Take take) {
     }
     return take(data[sensor.kind]);
 }
+
+import::Series<import::PositionFix> RawData::*trackOf(const ImportSensor& sensor){
+    switch (sensor.from){case From::positions: return &RawData::navigation;
+case From::fishPositions:
+return &RawData::fishNavigation;
+default:
+return nullptr;
+} // namespace
+} // namespace skar::tool
 
 // Takes the pings off whose beams have no place on the earth.
 void keepPlaced(PlannedSegment& segment) {
@@ -189,6 +219,13 @@ RawFile readRawFile(const std::string& path, const std::function<void(std::uint6
     }
 }
 
+import::FileSource reopened(const RawFile& file){try {return import::FileSource(file.path);
+}
+catch (const import::ImportError& error) {
+    throw ToolError(printable(error.what()));
+}
+}
+
 double StoreClock::seconds(Micros time) {
     const Micros day = time - ((time % import::microsPerDay) + import::microsPerDay) % import::microsPerDay;
     if (day != day_) {
@@ -219,8 +256,9 @@ std::uint64_t ImportPlan::records() const {
 }
 
 bool ImportPlan::anyLoss() const {
-    return std::ranges::any_of(segments,
-                               [](const PlannedSegment& segment) { return segment.outOfReach != 0; });
+    return std::ranges::any_of(segments, [](const PlannedSegment& segment) {
+        return segment.outOfReach != 0 || segment.averaged != 0;
+    });
 }
 
 ImportPlan planImport(std::span<const RawFile> files, std::span<const std::string> wanted, bool mayOverlap) {
@@ -237,6 +275,12 @@ ImportPlan planImport(std::span<const RawFile> files, std::span<const std::strin
                 if (!series.records.empty()) describe(series, segment);
             });
             if (sensor.from == From::placedDepths && segment.records != 0) keepPlaced(segment);
+            if (sensor.from == From::images) {
+                segment.averaged = static_cast<std::uint64_t>(
+                    std::ranges::count_if(file.data.imagePings.records, [](const import::PingPlace& ping) {
+                        return ping.samples > SideScanWriter::mostSamples;
+                    }));
+            }
             if (segment.records != 0) segments.push_back(segment);
         }
         if (segments.empty()) continue;
@@ -245,10 +289,10 @@ ImportPlan planImport(std::span<const RawFile> files, std::span<const std::strin
             segments[i].number = static_cast<std::uint32_t>(i + 1);
         if (!mayOverlap) refuseOverlap(segments);
         refuseWideSpan(segments);
-        if (sensor.from == From::positions) {
-            const auto first = segments.front().file->data.navigation.records.front();
+        if (const auto track = trackOf(sensor)) {
+            const auto first = (segments.front().file->data.*track).records.front();
             for (PlannedSegment& segment : segments) {
-                for (const auto& fix : segment.file->data.navigation.records) {
+                for (const auto& fix : (segment.file->data.*track).records) {
                     if (!withinReach(first, fix))
                         ++segment.outOfReach;
                     else if (std::abs(import::nearestTurn(first.longitude, fix.longitude)) > std::numbers::pi)
@@ -263,62 +307,91 @@ ImportPlan planImport(std::span<const RawFile> files, std::span<const std::strin
     return plan;
 }
 
+namespace {
+
+using Ticks = std::function<void(std::uint64_t every)>;
+
+void writeSensor(const LinePath& line, const Family& family, std::span<const PlannedSegment> segments,
+                 const Ticks& tick) {
+    const ImportSensor& sensor = sensorOf(family);
+    StoreClock clock;
+    OpenSet set(line, family, L"create");
+    set.begin();
+    const import::PositionFix* first = nullptr;
+    for (const PlannedSegment& segment : segments) {
+        if (segment.family != &family) continue;
+        set.beginSegment(segment.file->name);
+        const auto write = [&](Micros time, std::array<double, maxQuantities> values, std::uint32_t status) {
+            set.write({clock.seconds(time), values, status});
+            tick(65536);
+        };
+        const auto ofPing = [&] { tick(64); };
+        const RawData& data = segment.file->data;
+        switch (sensor.from) {
+        case From::positions:
+        case From::fishPositions:
+            for (const import::PositionFix& fix : (data.*trackOf(sensor)).records) {
+                if (first == nullptr) first = &fix;
+                if (!withinReach(*first, fix)) continue;
+                const double longitude = import::nearestTurn(first->longitude, fix.longitude);
+                write(fix.time, {fix.latitude, longitude, fix.accuracy}, 0);
+            }
+            break;
+        case From::scalars:
+            for (const import::TimedValue& record : data[sensor.kind].records)
+                write(record.time, {record.value}, 0);
+            break;
+        case From::soundSpeeds:
+            for (const import::SoundSpeed& record : data.soundSpeeds.records)
+                write(record.time, {record.speed, record.depth}, record.status);
+            break;
+        case From::depths:
+            writeDepths(set, *segment.file, clock, ofPing);
+            break;
+        case From::placedDepths:
+            if (first == nullptr) first = &data.navigation.records.front();
+            writePlacedDepths(set, *segment.file, *first, clock, ofPing);
+            break;
+        case From::ranges:
+            writeRanges(set, *segment.file, clock, ofPing);
+            break;
+        case From::uncertainties:
+            writeUncertainties(set, *segment.file, clock, ofPing);
+            break;
+        case From::images:
+            break;
+        }
+        set.endSegment();
+    }
+    set.finish();
+}
+
+void writeImagery(const LinePath& line, const Family& family, std::span<const PlannedSegment> segments,
+                  const Ticks& tick) {
+    StoreClock clock;
+    SideScanWriter writer(line);
+    for (const PlannedSegment& segment : segments) {
+        if (segment.family != &family) continue;
+        writer.beginSegment(segment.file->name);
+        writeImages(writer, *segment.file, clock, [&] { tick(64); });
+        writer.endSegment();
+    }
+    writer.finish();
+}
+
+} // namespace
+
 void writeImport(const LinePath& line, const ImportPlan& plan,
                  const std::function<void(std::uint64_t)>& watch) {
-    StoreClock clock;
     std::uint64_t done = 0;
+    const auto tick = [&](std::uint64_t every) {
+        if (++done % every == 0 && watch) watch(done);
+    };
     for (const Family* family : plan.families()) {
-        const ImportSensor& sensor = sensorOf(*family);
-        OpenSet set(line, *family, L"create");
-        set.begin();
-        const import::PositionFix* first = nullptr;
-        for (const PlannedSegment& segment : plan.segments) {
-            if (segment.family != family) continue;
-            set.beginSegment(segment.file->name);
-            const auto tick = [&](std::uint64_t every) {
-                if (++done % every == 0 && watch) watch(done);
-            };
-            const auto write = [&](Micros time, std::array<double, maxQuantities> values,
-                                   std::uint32_t status) {
-                set.write({clock.seconds(time), values, status});
-                tick(65536);
-            };
-            const auto ofPing = [&] { tick(64); };
-            const RawData& data = segment.file->data;
-            switch (sensor.from) {
-            case From::positions:
-                for (const import::PositionFix& fix : data.navigation.records) {
-                    if (first == nullptr) first = &fix;
-                    if (!withinReach(*first, fix)) continue;
-                    const double longitude = import::nearestTurn(first->longitude, fix.longitude);
-                    write(fix.time, {fix.latitude, longitude, fix.accuracy}, 0);
-                }
-                break;
-            case From::scalars:
-                for (const import::TimedValue& record : data[sensor.kind].records)
-                    write(record.time, {record.value}, 0);
-                break;
-            case From::soundSpeeds:
-                for (const import::SoundSpeed& record : data.soundSpeeds.records)
-                    write(record.time, {record.speed, record.depth}, record.status);
-                break;
-            case From::depths:
-                writeDepths(set, *segment.file, clock, ofPing);
-                break;
-            case From::placedDepths:
-                if (first == nullptr) first = &data.navigation.records.front();
-                writePlacedDepths(set, *segment.file, *first, clock, ofPing);
-                break;
-            case From::ranges:
-                writeRanges(set, *segment.file, clock, ofPing);
-                break;
-            case From::uncertainties:
-                writeUncertainties(set, *segment.file, clock, ofPing);
-                break;
-            }
-            set.endSegment();
-        }
-        set.finish();
+        if (sensorOf(*family).from == From::images)
+            writeImagery(line, *family, plan.segments, tick);
+        else
+            writeSensor(line, *family, plan.segments, tick);
     }
 }
 

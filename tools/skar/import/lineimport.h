@@ -26,6 +26,9 @@ struct RawFile {
 // Throws ToolError naming the file.
 RawFile readRawFile(const std::string& path, const std::function<void(std::uint64_t)>& watch);
 
+// For a second look at it. Throws ToolError.
+import::FileSource reopened(const RawFile& file);
+
 // Seconds in the store's scale. Keeps the start of the last day, so that a run of times asks the calendar
 // once.
 class StoreClock {
@@ -54,6 +57,8 @@ struct PlannedSegment {
     std::uint64_t outOfReach = 0;
     // Pings whose beams cannot be placed: the track does not reach them or their heading is not known.
     std::uint64_t unplaced = 0;
+    // Pings with more samples than the store keeps of a side: they are averaged.
+    std::uint64_t averaged = 0;
 };
 
 // What an import will write, sensor by sensor, segments in order of their first time.

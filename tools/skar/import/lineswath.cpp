@@ -20,13 +20,6 @@ void readAgain(bool (*read)(import::ByteSource&, const PingPlace&, Ping&), impor
         throw ToolError(printable(file.path) + ": the file changed while it was imported");
 }
 
-import::FileSource reopened(const RawFile& file){try {return import::FileSource(file.path);
-} // namespace
-catch (const import::ImportError& error) {
-    throw ToolError(printable(error.what()));
-}
-} // namespace skar::tool
-
 template <typename Ping>
 Record pingRecord(const PingPlace& place, const Ping& ping, StoreClock& clock) {
     Record record;

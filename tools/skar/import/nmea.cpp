@@ -448,8 +448,8 @@ RawData NmeaImport::finish() {
         }
     }
     bool chosen = positions_.settle(data_.navigation, leftOut_, "position");
-    static constexpr std::array<const char*, scalarKinds> names{"heading", "heave", "pitch", "roll"};
-    for (std::size_t i = 0; i < scalarKinds; ++i)
+    static constexpr std::array names{"heading", "heave", "pitch", "roll"};
+    for (std::size_t i = 0; i < names.size(); ++i)
         scalars_[i].settle(data_.scalars[i], leftOut_, names[i]);
 
     auto& say = data_.conventions;

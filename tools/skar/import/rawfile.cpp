@@ -5,6 +5,7 @@
 #include "import/kongsbergswath.h"
 #include "import/nmea.h"
 #include "import/recorderlog.h"
+#include "import/xtf.h"
 
 #include <algorithm>
 #include <cctype>
@@ -96,7 +97,7 @@ std::uint64_t RawData::records() const {
     for (const auto& series : scalars)
         count += series.records.size();
     return count + soundSpeeds.records.size() + depthPings.records.size() + rangePings.records.size() +
-           uncertainPings.records.size();
+           uncertainPings.records.size() + fishNavigation.records.size() + imagePings.records.size();
 }
 
 void LeftOutCounter::add(std::string_view what, std::string_view reason, std::uint64_t count) {
@@ -145,15 +146,18 @@ void sortByTime(RawData& data) {
     sortSeries(data.depthPings);
     sortSeries(data.rangePings);
     sortSeries(data.uncertainPings);
+    sortSeries(data.fishNavigation);
+    sortSeries(data.imagePings);
 }
 
 std::span<const RawFormat> formats() {
-    static constexpr std::array<RawFormat, 4> table{{
+    static constexpr std::array<RawFormat, 5> table{{
         {"Kongsberg EM raw data", "all wcd", looksLikeKongsbergAll, readKongsbergAll, readKongsbergDepths,
-         readKongsbergRanges},
-        {"Generic Sensor Format", "gsf", looksLikeGsf, readGsf, readGsfDepths, readGsfRanges},
-        {"semicolon text log", "", looksLikeRecorderLog, readRecorderLog, nullptr, nullptr},
-        {"NMEA 0183 log", "nmea nme log", looksLikeNmea, readNmea, nullptr, nullptr},
+         readKongsbergRanges, readKongsbergImage},
+        {"Generic Sensor Format", "gsf", looksLikeGsf, readGsf, readGsfDepths, readGsfRanges, nullptr},
+        {"XTF", "xtf", looksLikeXtf, readXtf, nullptr, nullptr, readXtfImage},
+        {"semicolon text log", "", looksLikeRecorderLog, readRecorderLog, nullptr, nullptr, nullptr},
+        {"NMEA 0183 log", "nmea nme log", looksLikeNmea, readNmea, nullptr, nullptr, nullptr},
     }};
     return table;
 }

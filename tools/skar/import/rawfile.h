@@ -40,7 +40,7 @@ struct PositionFix {
 
 struct TimedValue {
     Micros time = 0;
-    double value = 0.0; // radians; heave in metres
+    double value = 0.0; // radians; heave, cable, height and depth in metres
 };
 
 struct SoundSpeed {
@@ -60,7 +60,8 @@ struct PingPlace {
     std::uint64_t offset = 0;
     std::uint64_t aside = 0; // of what the format keeps apart from the ping and is needed to read it
     std::uint32_t length = 0;
-    std::uint32_t head = 0; // while a file is read its serial number, then from 1 in order of these
+    std::uint32_t head = 0;    // while a file is read its serial number, then from 1 in order of these
+    std::uint32_t samples = 0; // of an image, on its longer side
     ByteOrder order = ByteOrder::little;
     bool oriented = true; // the heading is known
 };
@@ -106,8 +107,24 @@ struct RangePing {
     std::vector<RangeBeam> beams;
 };
 
-enum class ScalarKind { gyro, heave, pitch, roll };
-constexpr std::size_t scalarKinds = 4;
+// The imagery of a ping. On both sides samples run from the sonar outwards; the second pair is that of
+// another frequency.
+struct ImagePing {
+    std::vector<std::uint16_t> port;
+    std::vector<std::uint16_t> starboard;
+    std::vector<std::uint16_t> secondPort;
+    std::vector<std::uint16_t> secondStarboard;
+    unsigned sampleBytes = 1;
+    std::uint32_t number = 0;    // as the source counts
+    double interval = 0.0;       // between samples, seconds
+    double secondInterval = 0.0; // of the second pair
+    double delay = 0.0;          // from the transmission to the first sample, seconds
+    double soundSpeed = 0.0;     // m/s, 0 when not stated
+    double height = 0.0;         // of the sonar above the sea floor, metres, 0 when not stated
+};
+
+enum class ScalarKind { gyro, heave, pitch, roll, fishGyro, cableOut, fishHeight, fishDepth };
+constexpr std::size_t scalarKinds = 8;
 
 template <typename Record>
 struct Series {
@@ -170,6 +187,8 @@ struct RawData {
     Series<PingPlace> depthPings;
     Series<PingPlace> rangePings;
     Series<PingPlace> uncertainPings; // those of the depth pings with errors of their beams
+    Series<PositionFix> fishNavigation;
+    Series<PingPlace> imagePings;
     Problems problems;
     std::vector<LeftOut> leftOut;
     std::vector<std::string> conventions; // signs, frames and time scale, a sentence each
@@ -209,6 +228,7 @@ struct RawFormat {
     // The ping at a place that `read` gave; false when it is not there any more. Null without pings.
     bool (*readDepths)(ByteSource& source, const PingPlace& place, DepthPing& ping);
     bool (*readRanges)(ByteSource& source, const PingPlace& place, RangePing& ping);
+    bool (*readImage)(ByteSource& source, const PingPlace& place, ImagePing& ping);
 };
 std::span<const RawFormat> formats();
 
