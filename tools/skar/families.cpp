@@ -76,7 +76,7 @@ constexpr Quantity uncertainty[] = {{"tpe1", "", "as its source estimated it, st
 constexpr Quantity processedExtents[] = {
     {"depth", "m", downward}, {"latitude", "rad", north}, {"longitude", "rad", east}};
 
-constexpr const char* callers = "as its source recorded it; docs/conventions.md for imported lines";
+constexpr const char* callers = "the recorder's own";
 constexpr const char* perSide = "samples";
 constexpr Quantity towedPing[] = {{"parameter3", "", callers},
                                   {"parameter4", "", callers},

@@ -479,11 +479,7 @@ bool looksLikeXtf(Bytes head) {
 
 RawData readXtf(ByteSource& source) {
     const auto file = readXtfFileHeader(source);
-    if (!file) {
-        RawData nothing;
-        nothing.problems.add(ProblemKind::unparsable, 0, source.size());
-        return nothing;
-    }
+    if (!file) throw ImportError("not an XTF file: it does not begin with a whole file header");
     XtfImport import(source, *file);
     XtfPackets packets(source, file->size, import.problems());
     XtfPacket packet;

@@ -10,6 +10,7 @@ namespace {
 constexpr std::byte fileMark{0x7B};
 constexpr std::byte markLow{0xCE};
 constexpr std::byte markHigh{0xFA};
+constexpr std::uint32_t paddedTo = 64; // recorders fill their packets up
 constexpr std::size_t windowBytes = 64UL * 1024;
 
 constexpr std::size_t firstChannel = 256;
@@ -82,10 +83,11 @@ XtfPackets::Look XtfPackets::look(std::uint64_t offset) {
     look.end = offset + size;
     look.sound =
         look.isHead && look.end <= size_ && (look.end + XtfPacket::headBytes > size_ || markAt(look.end));
+    look.likely = look.sound || (look.isHead && look.end <= size_ && size % paddedTo == 0);
     return look;
 }
 
-std::uint64_t XtfPackets::nextSound(std::uint64_t from) {
+std::uint64_t XtfPackets::nextLikely(std::uint64_t from) {
     if (from >= searchedFrom_ && from <= found_) return found_;
     searchedFrom_ = from;
     while (from + XtfPacket::headBytes <= size_) {
@@ -93,7 +95,7 @@ std::uint64_t XtfPackets::nextSound(std::uint64_t from) {
         const auto mark = std::find(bytes.begin(), bytes.end(), markLow);
         from += static_cast<std::uint64_t>(mark - bytes.begin());
         if (mark == bytes.end()) continue;
-        if (look(from).sound) return found_ = from;
+        if (look(from).likely) return found_ = from;
         ++from;
     }
     return found_ = size_;
@@ -118,18 +120,18 @@ bool XtfPackets::next(XtfPacket& packet) {
             deliver(here.end, packet);
             return true;
         }
-        const std::uint64_t sound = nextSound(position_ + 1);
-        if (here.isHead && here.end <= size_ && sound >= here.end) {
+        const std::uint64_t likely = nextLikely(position_ + 1);
+        if (here.isHead && here.end <= size_ && likely >= here.end) {
             // What follows it is damaged, not the packet.
             deliver(here.end, packet);
             return true;
         }
-        const bool cut = sound == size_ && (here.isHead || markAt(position_));
+        const bool cut = likely == size_ && (here.isHead || markAt(position_));
         problems_.add(cut           ? ProblemKind::truncated
                       : here.isHead ? ProblemKind::length
                                     : ProblemKind::framing,
-                      position_, sound - position_);
-        position_ = sound;
+                      position_, likely - position_);
+        position_ = likely;
     }
     return false;
 }

@@ -46,7 +46,7 @@ struct XtfPacket {
 };
 
 // Steps from packet to packet. There is no checksum: a packet is sound when another one follows it, or the
-// end of the file. What is damaged is counted and passed over up to the next sound packet. Every byte is
+// end of the file. What is damaged is counted and passed over up to the next likely packet. Every byte is
 // looked at a bounded number of times, and memory is bounded by the window.
 class XtfPackets {
 public:
@@ -57,6 +57,7 @@ private:
     struct Look {
         bool isHead = false; // mark and a size that a packet can have
         bool sound = false;  // and it ends where another one begins, or the file
+        bool likely = false; // sound, or of a size that recorders write
         std::uint64_t end = 0;
     };
 
@@ -64,7 +65,7 @@ private:
     Bytes view(std::uint64_t offset, std::size_t atLeast);
     bool markAt(std::uint64_t offset);
     Look look(std::uint64_t offset);
-    std::uint64_t nextSound(std::uint64_t from);
+    std::uint64_t nextLikely(std::uint64_t from);
     void deliver(std::uint64_t end, XtfPacket& packet);
 
     ByteSource& source_;
@@ -73,7 +74,7 @@ private:
     std::uint64_t position_;
     std::vector<std::byte> window_;
     std::uint64_t windowStart_ = 0;
-    std::uint64_t searchedFrom_ = 0; // no sound packet begins from here
+    std::uint64_t searchedFrom_ = 0; // no likely packet begins from here
     std::uint64_t found_ = 0;        // up to here
 };
 
