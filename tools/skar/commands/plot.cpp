@@ -2,6 +2,7 @@
 
 #include "commands/output.h"
 #include "plot/lineplot.h"
+#include "plot/waterfall.h"
 #include "progress.h"
 
 #include <fmt/format.h>
@@ -16,6 +17,7 @@ struct Options {
     std::string line;
     std::string output;
     int width = 1400;
+    bool waterfall = false;
 };
 
 void printText(const Pictured& pictured, const std::string& picture) {
@@ -27,6 +29,14 @@ void printText(const Pictured& pictured, const std::string& picture) {
     }
     table.print();
     fmt::print("\nPicture of {} x {} pixels: {}\n", pictured.width, pictured.height, printable(picture));
+}
+
+Json panelJson(const Pictured::Panel& panel) {
+    return {{"panel", panel.name},
+            {"left", panel.left},
+            {"top", panel.top},
+            {"width", panel.width},
+            {"height", panel.height}};
 }
 
 Json toJson(const Pictured& pictured, const std::string& picture) {
@@ -41,18 +51,55 @@ Json toJson(const Pictured& pictured, const std::string& picture) {
                                    {"beams", sensor.items},
                                    {"rejectedBeams", sensor.rejected}});
     }
-    for (const Pictured::Panel& panel : pictured.panels) {
-        json["panels"].push_back({{"panel", panel.name},
-                                  {"left", panel.left},
-                                  {"top", panel.top},
-                                  {"width", panel.width},
-                                  {"height", panel.height}});
-    }
+    for (const Pictured::Panel& panel : pictured.panels)
+        json["panels"].push_back(panelJson(panel));
     return json;
+}
+
+void printText(const Waterfall& shown, const std::string& picture) {
+    fmt::print("Sensor   {}\n", shown.family->name);
+    fmt::print("Pings    {}, {} to a row\n", shown.pings, shown.pingsPerRow);
+    fmt::print("Columns  {} to a side, {:.4g} {} each{}\n", shown.columnsPerSide, shown.columnWidth,
+               shown.unit, shown.speedAssumed ? ", sound speed taken as 1500 m/s" : "");
+    fmt::print("Greys    from {:.6g} to {:.6g}, the 1st and 99th percentile\n", shown.black, shown.white);
+    fmt::print("\nPicture of {} x {} pixels: {}\n", shown.width, shown.height, printable(picture));
+}
+
+Json toJson(const Waterfall& shown, const std::string& picture) {
+    Json json = {{"picture", picture},
+                 {"width", shown.width},
+                 {"height", shown.height},
+                 {"sensor", shown.family->name},
+                 {"pings", shown.pings},
+                 {"pingsPerRow", shown.pingsPerRow},
+                 {"columnsPerSide", shown.columnsPerSide},
+                 {"columnWidth", shown.columnWidth},
+                 {"unit", shown.unit}};
+    if (shown.soundSpeed != 0.0) {
+        json["soundSpeed"] = shown.soundSpeed;
+        json["soundSpeedAssumed"] = shown.speedAssumed;
+    }
+    json["black"] = shown.black;
+    json["white"] = shown.white;
+    json["panels"] = {panelJson(shown.image)};
+    return json;
+}
+
+int runWaterfall(const LinePath& line, const Options& options, const Common& common) {
+    const std::string picture =
+        options.output.empty() ? line.native.filename().string() + "_waterfall.png" : options.output;
+    Progress progress(common, 0);
+    const Waterfall shown = drawWaterfall(line, picture, options.width, progress);
+    if (common.json)
+        printJson(toJson(shown, picture));
+    else
+        printText(shown, picture);
+    return exitSuccess;
 }
 
 int run(const Options& options, const Common& common) {
     const LinePath line = existingLine(options.line);
+    if (options.waterfall) return runWaterfall(line, options, common);
     const std::string picture =
         options.output.empty() ? line.native.filename().string() + ".png" : options.output;
     Progress progress(common, 0);
@@ -76,6 +123,8 @@ Run declarePlot(CLI::App& app) {
         ->check(CLI::Range(400, 8000))
         ->capture_default_str()
         ->type_name("PIXELS");
+    app.add_flag("--waterfall", options->waterfall,
+                 "Draw the side scan imagery instead: port to the left, time down the page");
     app.footer(
         "Draws the track and the processed depths from above, turned so that the line runs from left to\n"
         "right, the observed depths over time, and heave, pitch, roll, heading and tide. Beams that were\n"
