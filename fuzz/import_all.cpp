@@ -36,6 +36,9 @@ void read(std::span<const std::byte> bytes) {
     skar::import::RangePing ranges;
     for (const skar::import::PingPlace& place : data.rangePings.records)
         skar::import::readKongsbergRanges(source, place, ranges);
+    skar::import::ImagePing image;
+    for (const skar::import::PingPlace& place : data.imagePings.records)
+        skar::import::readKongsbergImage(source, place, image);
 }
 
 } // namespace
