@@ -3,6 +3,7 @@
 #include "import/kongsbergall.h"
 #include "import/kongsbergswath.h"
 #include "import/xtf.h"
+#include "support/processortime.h"
 
 #include <gtest/gtest.h>
 
@@ -203,6 +204,24 @@ TEST(Xtf, ACutHeaderOrTooManyChannelsAreRefused) {
     RawBytes many = threePings();
     many.bytes()[167] = std::byte{0xFF};
     EXPECT_THROW(read(many), ImportError);
+}
+
+TEST(Xtf, AFileFullOfFalseBeginningsIsReadInBoundedTime) {
+    constexpr std::size_t size = 1U << 20U;
+    // Marks alone; heads of packets that end nowhere; likely heads that overlap; the smallest sound ones.
+    for (const unsigned claimed : {0U, 0x20001U, 0x20000U, 14U}) {
+        RawBytes file = xtfHeader(twoSides);
+        while (file.size() < size) {
+            if (claimed == 0)
+                file.u16(0xFACE);
+            else
+                file.u16(0xFACE).zeros(8).u32(claimed);
+        }
+        const skar::tests::ProcessorTime spent;
+        const RawData data = read(file);
+        EXPECT_LT(spent.seconds(), skar::tests::hostileLimit) << claimed;
+        EXPECT_EQ(loaded(data), 0U);
+    }
 }
 
 TEST(Xtf, ShipAndTowfishComeFromThePingHeadersWhereTheyAreNotZero) {
