@@ -843,6 +843,29 @@ TEST(ContactFiles, OnAFailingDiskWhatIsReportedIsThere) {
     }
 }
 
+TEST(ContactFiles, WhatWasWrittenInPartDoesNotSpoilTheNext) {
+    for (const std::size_t space : {1u, 40u, 200u}) {
+        FaultBackend disk;
+        disk.put("/survey/p/v/d/l/keep", "x");
+        long code = 77;
+        ContactFile* contacts = ContactNewDir(L"/survey/p/v/d/l", nullptr, &code);
+        ASSERT_NE(nullptr, contacts);
+        Contact c = point();
+        disk.noSpaceAfter(space);
+        EXPECT_EQ(-1, WriteContactRecord(contacts, &c));
+        EXPECT_EQ(-1, WriteContactRecord(contacts, &c));
+        disk.clearFaults();
+        for (c.number = 8; c.number < 10; ++c.number)
+            EXPECT_EQ(0, WriteContactRecord(contacts, &c));
+        EXPECT_EQ(0, ContactClose(contacts));
+        contacts = ContactOpenDir(L"/survey/p/v/d/l", &code);
+        ASSERT_NE(nullptr, contacts);
+        EXPECT_EQ(1, GetContact(contacts, 8, &c, &code)) << space;
+        EXPECT_EQ(1, GetContact(contacts, 9, &c, &code)) << space;
+        EXPECT_EQ(0, ContactClose(contacts));
+    }
+}
+
 TEST(ContactFiles, ACloseThatFailsIsToldAndEndsTheHandle) {
     FaultBackend disk;
     disk.put("/survey/p/v/d/l/keep", "x");

@@ -242,6 +242,9 @@ TEST(FailingDiskOfTowed, SamplesThatCannotBeWritten) {
         disk.clearFaults();
         EXPECT_EQ(0, family.write(sensor, lines[2])) << "in the place of what failed";
         ASSERT_EQ(0, family.close(sensor));
+        const std::size_t third = wordAt(family.set()[2], 60);
+        EXPECT_EQ(hex(family.set()[0].string().substr(44, third - 44)),
+                  hex(disk.bytes(folder + family.name).substr(44, third - 44)));
         sensor = family.open(linePath, L"query", &code);
         ASSERT_NE(nullptr, sensor) << code;
         EXPECT_EQ(2u, sensor->numRecords);

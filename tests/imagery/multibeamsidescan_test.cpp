@@ -174,6 +174,12 @@ TEST(MultibeamSideScan, TracesStandWhereTheFirstBeamSays) {
     }
     line.patch("SideScan", 64, 0xFFFF9C40);
     EXPECT_EQ("code 5001725", readFirst()) << "the sum is beyond the file";
+    line.patch("SideScan", 68, 0);
+    // What the file has of them would not fit either where a caller trusted the sum of before.
+    std::string room(9, '?');
+    EXPECT_EQ(5001725, EM1000SideScanRead(OpenImagery(em1000, line.path(), L"query"), 1, nullptr, nullptr,
+                                          nullptr, nullptr, nullptr, nullptr, nullptr, room.data()));
+    EXPECT_EQ("?????????", room);
     // Without samples the trace file is not asked.
     line.patch("SideScan", 64, 0);
     line.patch("SideScan", 88, 0);

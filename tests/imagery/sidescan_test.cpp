@@ -149,14 +149,15 @@ TEST(TowedSideScan, TheSecondOutputsAreNullOnlyWithoutSecondSamples) {
         OpenSss sss(line.path(), L"create");
         SssPing ping;
         ping.port = "port";
+        ping.secondPort = "p";
         ping.secondStarboard = "s";
         ASSERT_EQ(0, writeSss(sss, ping));
-        ping.secondStarboard = "";
+        ping.secondPort = ping.secondStarboard = "";
         ASSERT_EQ(0, writeSss(sss, ping));
     }
     OpenSss sss(line.path(), L"query");
     const SssRead both = readSss(sss, 1);
-    EXPECT_NE(nullptr, both.arrays[3]);
+    EXPECT_EQ("p", both.ping.secondPort);
     EXPECT_EQ("s", both.ping.secondStarboard);
     const SssRead none = readSss(sss, 2);
     EXPECT_EQ("port", none.ping.port);
