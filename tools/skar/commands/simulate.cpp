@@ -5,6 +5,7 @@
 #include "openset.h"
 #include "progress.h"
 #include "sensoroutput.h"
+#include "simulate/imagery.h"
 #include "simulate/voyage.h"
 #include "timetext.h"
 
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numbers>
 #include <optional>
 #include <vector>
@@ -105,6 +107,8 @@ const std::vector<Group>& groups() {
     static const std::vector<Group> table = {
         {"series", {"Navigation", "Gyro", "Heave", "Pitch", "Roll", "Tide"}},
         {"swath", {"ObservedDepths", "ProcessedDepths", "SLRange", "TPE", "SSP"}},
+        {"sidescan",
+         {"SSSNavigation", "SSSGyro", "SSSCableOut", "SSSSensorHeight", "SSSSensorDepth", "SSSSideScan"}},
     };
     return table;
 }
@@ -215,18 +219,13 @@ struct Written {
     std::uint64_t items = 0;
 };
 
-Written writeSensor(const LinePath& line, const Plan& plan, const Family& family, Progress& progress,
-                    std::uint64_t& done) {
+// Calls `write` with the time of every record, between the ends of its segment.
+template <class Set, class Write>
+Written writeSegments(const Plan& plan, const Family& family, Set& set, Write write) {
     const Voyage& voyage = plan.voyage;
     const double step = plan.stepOf(family);
     const double segmentLength = voyage.duration / plan.segments;
-    const std::unique_ptr<Source> source = makeSource(family, voyage, step);
     Written written{&family, plan.recordsOf(family), 0, 1.0 / step};
-
-    OpenSet set(line, family, L"create");
-    set.begin();
-    Record record;
-    Record item;
     double segmentEnd = 0.0;
     for (std::uint64_t i = 0; i < written.records; ++i) {
         const double elapsed = static_cast<double>(i) * step;
@@ -240,22 +239,51 @@ Written writeSensor(const LinePath& line, const Plan& plan, const Family& family
             set.beginSegment(sourceName(segment, voyage.start + segment * segmentLength));
             ++written.segments;
         }
-        record.time = voyage.start + elapsed;
-        source->next(record.time, record);
+        write(voyage.start + elapsed);
+    }
+    set.endSegment();
+    set.finish();
+    return written;
+}
+
+Written writeImagery(const LinePath& line, const Plan& plan, const Family& family,
+                     const std::function<void(std::uint64_t)>& tick) {
+    SideScanWriter set(line);
+    SideScanSonar sonar(plan.voyage);
+    return writeSegments(plan, family, set, [&](double time) {
+        set.write(sonar.ping(time));
+        tick(64);
+    });
+}
+
+Written writeSensor(const LinePath& line, const Plan& plan, const Family& family, Progress& progress,
+                    std::uint64_t& done) {
+    const auto tick = [&](std::uint64_t every) {
+        if (++done % every == 0) progress.show(done);
+    };
+    if (family.kind == &sideScanKind) return writeImagery(line, plan, family, tick);
+    const std::unique_ptr<Source> source = makeSource(family, plan.voyage, plan.stepOf(family));
+    OpenSet set(line, family, L"create");
+    set.begin();
+    Record record;
+    Record item;
+    std::uint64_t items = 0;
+    Written written = writeSegments(plan, family, set, [&](double time) {
+        record.time = time;
+        source->next(time, record);
         set.write(record);
         if (family.hasItems()) {
-            item.time = record.time;
+            item.time = time;
             for (std::uint32_t beam = 0; beam < record.numItems; ++beam) {
                 source->item(beam, item);
                 set.writeItem(item);
             }
             set.endItems();
-            written.items += record.numItems;
+            items += record.numItems;
         }
-        if (++done % (family.hasItems() ? 64 : 65536) == 0) progress.show(done);
-    }
-    set.endSegment();
-    set.finish();
+        tick(family.hasItems() ? 64 : 65536);
+    });
+    written.items = items;
     return written;
 }
 

@@ -1,5 +1,6 @@
 #include "simulate/voyage.h"
 
+#include "simulate/imagery.h"
 #include "simulate/swath.h"
 #include "simulate/track.h"
 #include "simulate/waves.h"
@@ -24,12 +25,9 @@ enum Purpose : std::uint32_t {
     tideError,
     towCourse,
     towSide,
-    towHeight,
-    towDepth,
+    towDepth = towSide + 2, // between them is that of its height
     layback,
 };
-
-constexpr double towLayback = 120.0;
 
 double oneTurn(double angle) {
     const double rest = std::fmod(angle, 2.0 * pi);
@@ -157,7 +155,7 @@ const Row table[] = {
      [](const Voyage&, double step) { return series({}, step, [](double) { return 130.0; }); }},
     {"SSSSensorHeight", Pace::position,
      [](const Voyage& v, double step) {
-         return series(wander(v.seed, towHeight, 1.5, 20.0, 600.0), step, [](double) { return 12.0; });
+         return series(towHeightWaves(v.seed), step, [](double) { return towHeight; });
      }},
     {"SSSSensorDepth", Pace::position,
      [](const Voyage& v, double step) {
@@ -167,6 +165,7 @@ const Row table[] = {
     {"ProcessedDepths", Pace::ping, [](const Voyage& v, double) { return processedDepthsOf(v); }},
     {"SLRange", Pace::ping, [](const Voyage& v, double) { return rangesOf(v); }},
     {"TPE", Pace::ping, [](const Voyage& v, double) { return uncertaintyOf(v); }},
+    {"SSSSideScan", Pace::ping, nullptr},
     {"SSP", Pace::slow, [](const Voyage& v, double) { return soundSpeedOf(v); }},
 };
 

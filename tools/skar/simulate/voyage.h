@@ -56,7 +56,7 @@ Pace paceOf(const Family& family);
 // Seconds between two samples at the slow pace, that of tides and drafts.
 inline constexpr double slowStep = 60.0;
 
-// step: seconds between the samples.
+// step: seconds between the samples. The imagery has its own sonar, SideScanSonar.
 std::unique_ptr<Source> makeSource(const Family& family, const Voyage& voyage, double step);
 
 } // namespace skar::tool
