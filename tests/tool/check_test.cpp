@@ -292,7 +292,7 @@ TEST_F(SkarCheck, TheLimitListsFewerButCountsAll) {
 TEST_F(SkarCheck, EverySimulatedSensorIsClean) {
     simulate("--sensors all --duration 300 --segments 3");
     const Json json = check(0);
-    EXPECT_EQ(json["sensors"].size(), 22U);
+    EXPECT_EQ(json["sensors"].size(), 23U);
     EXPECT_EQ(json["warnings"], 0) << json.dump(1);
 }
 
