@@ -24,10 +24,6 @@ namespace skar::fileio {
 
 namespace {
 
-constexpr int fileNotOpened = codes::contacts + Offset::openFile;
-constexpr int fileNotClosed = codes::contacts + Offset::writeSegments;
-constexpr int lineTooLong = codes::contacts + Offset::decodeSegments;
-
 constexpr std::size_t lineSize = 8192; // with its end
 constexpr std::uint32_t currentVersion = 4;
 constexpr std::string_view colourMapWord = "Colour Map = ";
@@ -205,7 +201,7 @@ bool decode(Tokens& tokens, int version, Contact& contact) {
 void strConcatenate(std::string& line, std::string_view piece) {
     if (line.size() + piece.size() >= lineSize) {
         ContactError failure;
-        failure << bathy::error::BathyException::tag_error_code(lineTooLong)
+        failure << bathy::error::BathyException::tag_error_code(codes::contactLineTooLong)
                 << boost::throw_function("void __cdecl strConcatenate(char *,char *)")
                 << boost::throw_file("Source/fileio/contact");
         boost::throw_exception(failure);
@@ -390,7 +386,7 @@ using namespace skar::fileio;
 ContactFile* ContactNewDir(const wchar_t* linePath, char* colourMap, long* code) try {
     long ignored = 0;
     long& failure = code ? *code : ignored;
-    failure = fileNotOpened;
+    failure = codes::contactOpen;
     const std::string header = linePath ? headerOf(linePath, colourMap) : std::string();
     if (header.empty()) return nullptr;
     auto contacts = std::make_unique<ContactFile>();
@@ -410,7 +406,7 @@ ContactFile* ContactNewDir(const wchar_t* linePath, char* colourMap, long* code)
 ContactFile* ContactOpenDir(const wchar_t* linePath, long* code) try {
     long ignored = 0;
     long& failure = code ? *code : ignored;
-    failure = fileNotOpened;
+    failure = codes::contactOpen;
     if (!linePath) return nullptr;
     auto contacts = std::make_unique<ContactFile>();
     contacts->file = platform::openFile(contactPath(linePath).c_str(), "r");
@@ -426,7 +422,7 @@ ContactFile* ContactOpenDir(const wchar_t* linePath, long* code) try {
 int ContactClose(ContactFile* contacts) {
     if (!contacts) return codes::success;
     const std::unique_ptr<ContactFile> ended(contacts);
-    return !ended->file || std::fclose(ended->file) == 0 ? codes::success : fileNotClosed;
+    return !ended->file || std::fclose(ended->file) == 0 ? codes::success : codes::contactClose;
 }
 
 int ContactSummary(ContactFile* contacts, int* version, wchar_t* colourMap) try {

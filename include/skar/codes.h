@@ -100,6 +100,8 @@
     X(attributeMissing, 5000063, "the attribute was not found")                                              \
     X(attributeRecordRange, 5000064, "the record number of an attribute data file is out of range")          \
     X(attributeRecordSize, 5000081, "a record is larger than the largest record of its attribute file")      \
+    X(traceClose, 5001726, "the side scan trace file could not be closed")                                   \
+    X(processedPingUpdate, 5002327, "a ping is not as its update takes it, or could not be updated")         \
     X(svpDepthPresent, 5016001, "the section has a value at that depth already")                             \
     X(svpNoSectionForValue, 5016002, "there is no section of that time to add a value to")                   \
     X(svpSectionRemoved, 5016003, "the section is removed")                                                  \
@@ -113,6 +115,9 @@
     X(svpNullArgument, 5016029, "the directory or the buffer is null")                                       \
     X(smoothingNoFile, 5017100, "the file or directory of the smoothing coefficients is null or missing")    \
     X(smoothingNoSensor, 5017101, "the name of the sensor is null")                                          \
+    X(contactOpen, 5024001, "the contact file could not be opened or made")                                  \
+    X(contactClose, 5024002, "the contact file could not be closed")                                         \
+    X(contactLineTooLong, 5024003, "the line of a contact would have 8192 bytes or more")                    \
     X(registryNoRoot, 5028601, "the project registry has no root element")                                   \
     X(registryWrongRoot, 5028602, "the file is not a project registry")                                      \
     X(registryNoFileName, 5028603, "the project registry has no file name")                                  \

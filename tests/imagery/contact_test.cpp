@@ -3,6 +3,7 @@
 #include "support/store.h"
 
 #include <skar/contact.h>
+#include <skar/errors.h>
 
 #include <gtest/gtest.h>
 
@@ -766,6 +767,12 @@ TEST(ContactFiles, AWriteToAFileOpenForReadingIsSilentAndKeepsItsPlace) {
     EXPECT_EQ(header + pointLine + "\n" + listLine + "\n", line.bytes("Contact"));
     ASSERT_NE(0, ReadNextContact(contacts.get(), &c, nullptr));
     EXPECT_EQ(12345, c.number);
+}
+
+TEST(ContactFiles, TheirCodesHaveMeaningsOfTheirOwn) {
+    EXPECT_EQ("the contact file could not be opened or made", skar::errors::meaningOf(5024001));
+    EXPECT_EQ("the contact file could not be closed", skar::errors::meaningOf(5024002));
+    EXPECT_EQ("the line of a contact would have 8192 bytes or more", skar::errors::meaningOf(5024003));
 }
 
 TEST(ContactFiles, AreMadeInThePlaceOfOldOnesAndRemoved) {
