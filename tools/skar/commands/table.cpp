@@ -1,5 +1,6 @@
 #include "commands/check.h"
 #include "commands/command.h"
+#include "commands/contacts.h"
 #include "commands/dump.h"
 #include "commands/import.h"
 #include "commands/info.h"
@@ -15,6 +16,7 @@ std::span<const Command> commands() {
         {"info", "Show what a line holds", declareInfo},
         {"dump", "Print the records of a sensor", declareDump},
         {"check", "Look for inconsistencies in the files of a line", declareCheck},
+        {"contacts", "List, add and remove the contacts of a line", declareContacts},
         {"import", "Write the sensors of raw files into a line", declareImport},
         {"plot", "Draw track, depths and motion of a line", declarePlot},
         {"simulate", "Write a line with a simulated vessel", declareSimulate},
