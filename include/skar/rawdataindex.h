@@ -23,6 +23,8 @@ public:
         rawDataKongsbergAll = 1,
         rawDataNmea = 2,
         rawDataRecorderLog = 3,
+        rawDataGsf = 4,
+        rawDataXtf = 5,
     };
 
     // The name comes last here. In create mode the attributes are registered; in the others they are the

@@ -2,6 +2,7 @@
 
 #include "commands/output.h"
 #include "families.h"
+#include "import/lineattributes.h"
 #include "import/lineimport.h"
 #include "progress.h"
 #include "sensoroutput.h"
@@ -31,7 +32,8 @@ struct Options {
 constexpr const char* units =
     "angles in radians, latitude north and longitude east positive, heave in metres, "
     "heading clockwise from north; the auxiliary value of Navigation is the accuracy "
-    "in metres, 0 where the file states none";
+    "in metres, 0 where the file states none; errors in metres and radians, "
+    "no number where the file states none";
 
 // What is to be said of the import as a whole.
 std::vector<std::string> remarks(const ImportPlan& plan) {
@@ -96,6 +98,17 @@ std::vector<Finding> findings(const RawFile& file, const ImportPlan& plan) {
     return all;
 }
 
+std::string timeText(import::Micros time) {
+    return time == import::RawRecord::untimed ? "-" : import::utcText(time);
+}
+
+std::string namesOf(const PlannedAttributes& planned) {
+    std::string names;
+    for (const RawFile* file : planned.files)
+        names += (names.empty() ? "" : ", ") + printable(file->name);
+    return names;
+}
+
 void printText(const LinePath& line, const std::vector<RawFile>& files, const ImportPlan& plan,
                const std::vector<std::string>& said) {
     fmt::print("Line    {}\n", printable(line.native.string()));
@@ -113,6 +126,10 @@ void printText(const LinePath& line, const std::vector<RawFile>& files, const Im
         table.add({segment.family->name, fmt::to_string(segment.number), fmt::to_string(segment.records),
                    import::utcText(segment.first), import::utcText(segment.last),
                    fmt::to_string(segment.stepsBack), printable(segment.file->name), segment.origin});
+    }
+    for (const PlannedAttributes& planned : plan.attributes) {
+        table.add({planned.name, "", fmt::to_string(planned.records), timeText(planned.first),
+                   timeText(planned.last), "", namesOf(planned), planned.origin});
     }
     table.print();
     for (const std::string& text : said)
@@ -142,6 +159,7 @@ Json toJson(const LinePath& line, const std::vector<RawFile>& files, const Impor
                  {"lost", lost},
                  {"remarks", said},
                  {"segments", Json::array()},
+                 {"attributeFiles", Json::array()},
                  {"files", Json::array()}};
     StoreClock clock;
     for (const PlannedSegment& segment : plan.segments) {
@@ -155,6 +173,17 @@ Json toJson(const LinePath& line, const std::vector<RawFile>& files, const Impor
                                     {"last", clock.seconds(segment.last)},
                                     {"stepsBack", segment.stepsBack},
                                     {"from", segment.origin}});
+    }
+    for (const PlannedAttributes& planned : plan.attributes) {
+        Json row = {{"file", planned.name}, {"records", planned.records}, {"of", Json::array()}};
+        for (const RawFile* file : planned.files)
+            row["of"].push_back(file->name);
+        if (planned.first != import::RawRecord::untimed) {
+            row["firstUtc"] = import::utcText(planned.first);
+            row["lastUtc"] = import::utcText(planned.last);
+        }
+        row["from"] = planned.origin;
+        json["attributeFiles"].push_back(std::move(row));
     }
     for (const RawFile& file : files) {
         Json row = {{"file", file.path},
@@ -206,12 +235,16 @@ int run(const Options& options, const Common& common) {
     const std::vector<RawFile> files = readFiles(options, common);
     const ImportPlan plan = planImport(files, options.sensors, options.allowOverlap);
     const std::vector<const Family*> families = plan.families();
-    if (!options.force) refuseOverwriting(line, families);
+    if (!options.force) {
+        refuseOverwriting(line, families);
+        refuseOverwriting(line, plan.attributes);
+    }
     makeLine(line, false);
     {
         Progress progress(common, plan.records());
         progress.setLabel("writing");
         writeImport(line, plan, [&](std::uint64_t done) { progress.show(done); });
+        writeAttributes(line, plan);
     }
 
     const bool lost = plan.anyLoss() || std::ranges::any_of(files, [](const RawFile& file) {
@@ -233,7 +266,7 @@ Run declareImport(CLI::App& app) {
     app.add_option("--line", options->line, "Line to write into: <root>/<project>/<vessel>/<day>/<line>")
         ->required();
     const auto sensors = importSensors();
-    app.add_option("--sensors", options->sensors, "Write these sensors only, separated by commas")
+    app.add_option("--sensors", options->sensors, "Write these only, separated by commas")
         ->delimiter(',')
         ->check(CLI::IsMember(std::vector<std::string>(sensors.begin(), sensors.end())));
     app.add_flag("--force", options->force, "Write over sensors that are in the line already");

@@ -69,8 +69,10 @@ void printColumns(std::span<const AttributeInfo> files) {
             std::vector<std::string> cells = {std::exchange(name, ""), "record", printable(column.name),
                                               column.typeName(), ""};
             if (file.scan && isKnown(file.scan->values[i])) {
-                cells.push_back(fmt::format("{:.9g}", file.scan->values[i].min));
-                cells.push_back(fmt::format("{:.9g}", file.scan->values[i].max));
+                // As many digits as the type holds.
+                const int digits = column.type == SKARIOAttributes::typeFloat ? 6 : 15;
+                cells.push_back(fmt::format("{:.{}g}", file.scan->values[i].min, digits));
+                cells.push_back(fmt::format("{:.{}g}", file.scan->values[i].max, digits));
             }
             table.add(std::move(cells));
         }

@@ -15,7 +15,14 @@ constexpr std::size_t shortPingHead = 42; // before version 3.01
 constexpr std::size_t longPingHead = 56;
 constexpr double largestSoundSpeedValue = 6553.5;
 
-enum RecordType : std::uint32_t { fileHeader = 1, ping = 2, profile = 3, lastType = 13, attitude = 12 };
+enum RecordType : std::uint32_t {
+    fileHeader = 1,
+    ping = 2,
+    profile = 3,
+    parameters = 4,
+    attitude = 12,
+    lastType = 13
+};
 enum Subrecord : std::uint8_t {
     depthArray = 1,
     acrossArray = 2,
@@ -197,6 +204,7 @@ public:
     RawData finish();
 
 private:
+    void keepPlace(std::uint32_t type, std::uint64_t offset, std::size_t size, Bytes record);
     void load(std::uint32_t type, std::uint64_t offset, Bytes record);
     void loadPing(std::uint64_t offset, Bytes record);
     void loadProfile(std::uint64_t offset, Bytes record);
@@ -244,9 +252,20 @@ void GsfImport::readAll() {
         }
         if (type == 0 || type > lastType || size > largestRecord)
             return problems().add(ProblemKind::framing, offset, left);
-        load(type, offset + head, window(offset + head, size));
+        const Bytes record = window(offset + head, size);
+        keepPlace(type, offset, head + size, record);
+        load(type, offset + head, record);
         offset += head + size;
     }
+}
+
+void GsfImport::keepPlace(std::uint32_t type, std::uint64_t offset, std::size_t size, Bytes record) {
+    constexpr std::size_t appliedTime = 8; // of a profile, behind the time of its observation
+    std::optional<Micros> time;
+    if (type == ping || type == profile || type == parameters || type == attitude)
+        time = timeAt(record, type == profile ? appliedTime : 0);
+    data_.index.push_back(
+        {offset, time.value_or(RawRecord::untimed), type, static_cast<std::uint32_t>(size)});
 }
 
 void GsfImport::load(std::uint32_t type, std::uint64_t offset, Bytes record) {

@@ -154,6 +154,9 @@ public:
     void ranges(const KongsbergFrame& frame, Micros time);
     void image(const KongsbergFrame& frame, Micros time);
 
+    void keepPlace(const KongsbergFrame& frame, std::optional<Micros> time) {
+        data_.index.push_back({frame.offset, time.value_or(RawRecord::untimed), frame.type, frame.size});
+    }
     RawData finish();
     Problems& problems() { return data_.problems; }
     LeftOutCounter& leftOut() { return leftOut_; }
@@ -246,6 +249,11 @@ void AllImport::position(const KongsbergFrame& frame, Micros time) {
         return problems().add(ProblemKind::badValue, frame.offset);
     positionSystems_.insert(in.system());
     (in.sentenceTime() ? sentenceTime_ : systemTime_) = true;
+    if (stated(in.quality)) {
+        ErrorFigures figures{time};
+        figures[ErrorKind::north] = figures[ErrorKind::east] = in.quality / 100.0;
+        data_.errorFigures.records.push_back(figures);
+    }
     data_.navigation.records.push_back({time, radiansFromDegrees(latitude), radiansFromDegrees(longitude),
                                         stated(in.quality) ? in.quality / 100.0 : 0.0});
 }
@@ -358,6 +366,7 @@ RawData AllImport::finish() {
     }
     if (!data_.navigation.records.empty())
         data_.navigation.origin = "position, system " + joined(positionSystems_);
+    data_.errorFigures.origin = "fix quality of the positions";
 
     auto& say = data_.conventions;
     if (data_.records() != 0) {
@@ -366,6 +375,8 @@ RawData AllImport::finish() {
     }
     if (systemTime_) say.emplace_back("Positions carry the time of the sounder's clock.");
     if (sentenceTime_) say.emplace_back("Positions carry the time of the positioning system.");
+    if (!data_.errorFigures.records.empty())
+        say.emplace_back("The fix quality of a position is its error both north and east.");
     if (clocks_ != 0) {
         std::array<char, 160> text{};
         std::snprintf(text.data(), text.size(),
@@ -445,6 +456,10 @@ RawData readKongsbergAll(ByteSource& source) {
     KongsbergFrames frames(source, import.problems());
     KongsbergFrame frame;
     while (frames.next(frame)) {
+        KongsbergHeader header;
+        const bool whole = decode(frame, header);
+        const auto time = header.time();
+        import.keepPlace(frame, whole ? time : std::nullopt);
         const auto type =
             std::find_if(datagramTypes.begin(), datagramTypes.end(), [&](const DatagramType& row) {
                 return static_cast<std::uint8_t>(row.type) == frame.type;
@@ -459,9 +474,6 @@ RawData readKongsbergAll(ByteSource& source) {
             import.leftOut().add(type->name, "datagram not carried over");
             continue;
         }
-        KongsbergHeader header;
-        const bool whole = decode(frame, header);
-        const auto time = header.time();
         if (whole && time)
             (import.*type->load)(frame, *time);
         else

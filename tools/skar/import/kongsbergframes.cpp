@@ -77,6 +77,7 @@ bool KongsbergFrames::next(KongsbergFrame& frame) {
             order_ = order;
             frame.offset = position_;
             frame.order = order;
+            frame.size = static_cast<std::uint32_t>(lengthBytes + found.length);
             frame.body = Bytes(window_).subspan(static_cast<std::size_t>(position_ - start_) + lengthBytes,
                                                 found.length - tailBytes);
             frame.type = std::to_integer<std::uint8_t>(frame.body[1]);

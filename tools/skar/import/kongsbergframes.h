@@ -14,7 +14,8 @@ struct KongsbergFrame {
     std::uint64_t offset = 0; // of the length word
     std::uint8_t type = 0;
     ByteOrder order = ByteOrder::little;
-    Bytes body; // from the start mark up to the end mark; valid until the next frame is asked for
+    std::uint32_t size = 0; // length word and checksum included
+    Bytes body;             // from the start mark up to the end mark; valid until the next frame is asked for
 
     Cursor cursor() const { return Cursor(body, order); }
 };

@@ -3,6 +3,7 @@
 #include "commands/command.h"
 #include "families.h"
 #include "import/georeference.h"
+#include "import/lineattributes.h"
 #include "import/lineimage.h"
 #include "import/lineswath.h"
 #include "openset.h"
@@ -60,9 +61,10 @@ constexpr std::array<ImportSensor, 16> sensorTable{{
     {"SSSSideScan", From::images, {}},
 }};
 constexpr auto sensorNames = [] {
-    std::array<const char*, sensorTable.size()> names{};
-    for (std::size_t i = 0; i < names.size(); ++i)
+    std::array<const char*, sensorTable.size() + attributeNames.size()> names{};
+    for (std::size_t i = 0; i < sensorTable.size(); ++i)
         names[i] = sensorTable[i].name;
+    std::ranges::copy(attributeNames, names.begin() + sensorTable.size());
     return names;
 }();
 
@@ -303,7 +305,11 @@ ImportPlan planImport(std::span<const RawFile> files, std::span<const std::strin
         }
         plan.segments.insert(plan.segments.end(), segments.begin(), segments.end());
     }
-    if (plan.segments.empty()) refuseEmpty(files, wanted);
+    plan.attributes = planAttributes(files, wanted);
+    // What only describes the raw files makes no line, unless it is asked for.
+    const bool asked = std::ranges::any_of(
+        attributeNames, [&](const char* name) { return std::ranges::find(wanted, name) != wanted.end(); });
+    if (plan.segments.empty() && (plan.attributes.empty() || !asked)) refuseEmpty(files, wanted);
     return plan;
 }
 

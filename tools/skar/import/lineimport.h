@@ -40,7 +40,7 @@ private:
     double dayStart_ = 0.0;
 };
 
-// The sensors that an import can write, in the order in which they are shown.
+// What an import can write, in the order in which it is shown.
 std::span<const char* const> importSensors();
 
 // One line segment to be: a sensor's records of one file.
@@ -61,9 +61,20 @@ struct PlannedSegment {
     std::uint64_t averaged = 0;
 };
 
+// A file that describes itself, to be made of raw files.
+struct PlannedAttributes {
+    std::string name; // in the line
+    std::vector<const RawFile*> files;
+    std::uint64_t records = 0;
+    import::Micros first = import::RawRecord::untimed;
+    import::Micros last = import::RawRecord::untimed;
+    std::string origin;
+};
+
 // What an import will write, sensor by sensor, segments in order of their first time.
 struct ImportPlan {
     std::vector<PlannedSegment> segments;
+    std::vector<PlannedAttributes> attributes;
     bool acrossDateLine = false; // longitudes go on beyond 180 degrees
 
     std::vector<const Family*> families() const;

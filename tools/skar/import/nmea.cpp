@@ -54,6 +54,14 @@ NmeaVerdict parseNmea(std::string_view text, NmeaSentence& sentence, bool& hasCh
     return NmeaVerdict::sound;
 }
 
+std::uint32_t nmeaTypeNumber(const NmeaSentence& sentence) {
+    const std::string_view name = sentence.type.substr(sentence.talker.empty() ? 1 : 0, 4);
+    std::uint32_t number = 0;
+    for (const char c : name)
+        number = number << 8U | static_cast<unsigned char>(c);
+    return number;
+}
+
 std::optional<Micros> nmeaTimeOfDay(std::string_view text) {
     if (text.size() < 6 || (text.size() > 6 && text[6] != '.')) return std::nullopt;
     const auto hours = digits(text.substr(0, 2));
@@ -174,8 +182,14 @@ public:
     void heading(const NmeaSentence& in, int rank);
     void magneticHeading(const NmeaSentence& in, int rank);
     void pashr(const NmeaSentence& in, int rank);
+    void gst(const NmeaSentence& in, int rank);
 
 private:
+    void pashrErrors(const NmeaSentence& in, int rank);
+    void load(const NmeaSentence& sentence);
+    void keepPlace(const TextLine& line, const NmeaSentence& sentence);
+    void dateIndex(Micros first);
+    void mergeErrors();
     void problem(ProblemKind kind) { data_.problems.add(kind, offset_); }
     // Sets the clock to the sentence's own time; false when it has none that can be read.
     bool ownTime(std::string_view text);
@@ -198,6 +212,9 @@ private:
     std::uint64_t offset_ = 0;
     Choice<PositionFix> positions_;
     std::array<Choice<TimedValue>, scalarKinds> scalars_;
+    Choice<ErrorFigures> positionErrors_;
+    Choice<ErrorFigures> motionErrors_;
+    std::size_t undatedPlaces_ = 0;
     std::vector<std::uint64_t> undatedOffsets_;
     std::uint64_t undated_ = 0;
     std::uint64_t withoutChecksum_ = 0;
@@ -212,13 +229,14 @@ struct SentenceType {
     void (NmeaImport::*load)(const NmeaSentence& in, int rank);
     int rank;
 };
-constexpr std::array<SentenceType, 10> sentenceTypes{{
+constexpr std::array<SentenceType, 11> sentenceTypes{{
     {"GGA", &NmeaImport::gga, 1},
     {"GNS", &NmeaImport::gns, 2},
     {"RMC", &NmeaImport::rmc, 3},
     {"GLL", &NmeaImport::gll, 4},
     {"ZDA", &NmeaImport::zda, 0},
     {"PASHR", &NmeaImport::pashr, 1},
+    {"GST", &NmeaImport::gst, 1},
     {"HDT", &NmeaImport::heading, 2},
     {"THS", &NmeaImport::heading, 3},
     {"HDG", &NmeaImport::magneticHeading, 4},
@@ -242,6 +260,11 @@ void NmeaImport::line(const TextLine& line) {
         if (verdict == NmeaVerdict::unparsable || begin != 0) return problem(ProblemKind::unparsable);
         ++withoutChecksum_;
     }
+    load(sentence);
+    keepPlace(line, sentence);
+}
+
+void NmeaImport::load(const NmeaSentence& sentence) {
     const auto row = std::find_if(sentenceTypes.begin(), sentenceTypes.end(),
                                   [&](const SentenceType& type) { return type.type == sentence.type; });
     if (row == sentenceTypes.end() || sentence.encapsulated) {
@@ -250,6 +273,21 @@ void NmeaImport::line(const TextLine& line) {
         return leftOut_.add(name, "sentence not carried over");
     }
     (this->*row->load)(sentence, row->rank);
+}
+
+// A sentence without a time of its own is of the time of the one before it, as headings are.
+void NmeaImport::keepPlace(const TextLine& line, const NmeaSentence& sentence) {
+    data_.index.push_back({line.offset, clock_.known() ? clock_.now() : RawRecord::untimed,
+                           nmeaTypeNumber(sentence), static_cast<std::uint32_t>(line.text.size())});
+    if (!clock_.dated()) undatedPlaces_ = data_.index.size();
+}
+
+void NmeaImport::dateIndex(Micros first) {
+    Micros following = first;
+    for (; undatedPlaces_ != 0; --undatedPlaces_) {
+        Micros& time = data_.index[undatedPlaces_ - 1].time;
+        if (time != RawRecord::untimed) time = following = SentenceClock::nearest(time, following);
+    }
 }
 
 bool NmeaImport::ownTime(std::string_view text) {
@@ -290,6 +328,9 @@ void NmeaImport::date(Micros dated) {
         dateBackwards(positions_, dated);
         for (auto& choice : scalars_)
             dateBackwards(choice, dated);
+        dateBackwards(positionErrors_, dated);
+        dateBackwards(motionErrors_, dated);
+        dateIndex(dated);
         for (std::uint64_t i = 0; i < undated_; ++i) {
             const std::size_t kept = undatedOffsets_.size();
             data_.problems.add(ProblemKind::datedLater, undatedOffsets_[std::min<std::size_t>(i, kept - 1)]);
@@ -426,6 +467,7 @@ void NmeaImport::pashr(const NmeaSentence& in, int rank) {
         return leftOut_.add("PASHR of other content", "sentence not carried over");
     if (!ownTime(in.parameter(0))) return;
     motion_ = true;
+    pashrErrors(in, rank);
     if (in.parameter(2) == "T") keepAngle(scalar(ScalarKind::gyro), in, rank, in.parameter(1), 360.0);
     keepAngle(scalar(ScalarKind::roll), in, rank, in.parameter(3), 180.0);
     keepAngle(scalar(ScalarKind::pitch), in, rank, in.parameter(4), 180.0);
@@ -437,11 +479,72 @@ void NmeaImport::pashr(const NmeaSentence& in, int rank) {
     keep(scalar(ScalarKind::heave), in.type, in, rank, TimedValue{clock_.now(), *metres});
 }
 
+void NmeaImport::pashrErrors(const NmeaSentence& in, int rank) {
+    ErrorFigures figures{clock_.now()};
+    const std::pair<ErrorKind, std::size_t> fields[] = {
+        {ErrorKind::roll, 6}, {ErrorKind::pitch, 7}, {ErrorKind::heading, 8}};
+    bool any = false;
+    for (const auto& [kind, field] : fields) {
+        const auto degrees = decimal(in.parameter(field));
+        if (!degrees || *degrees < 0.0 || *degrees > 180.0) continue;
+        figures[kind] = radiansFromDegrees(*degrees);
+        any = true;
+    }
+    if (any) keep(motionErrors_, in.type, in, rank, figures);
+}
+
+void NmeaImport::gst(const NmeaSentence& in, int rank) {
+    if (!ownTime(in.parameter(0))) return;
+    ErrorFigures figures{clock_.now()};
+    const std::pair<ErrorKind, std::size_t> fields[] = {{ErrorKind::north, 5}, {ErrorKind::east, 6}};
+    for (const auto& [kind, field] : fields) {
+        if (in.parameter(field).empty()) return problem(ProblemKind::noValue);
+        const auto metres = decimal(in.parameter(field));
+        if (!metres) return problem(ProblemKind::unparsable);
+        if (*metres < 0.0) return problem(ProblemKind::badValue);
+        figures[kind] = *metres;
+    }
+    keep(positionErrors_, in.type, in, rank, figures);
+}
+
+// What the two sources say becomes one series, in which a figure holds until its source says the next.
+void NmeaImport::mergeErrors() {
+    Series<ErrorFigures> position;
+    Series<ErrorFigures> motion;
+    positionErrors_.settle(position, leftOut_, "position errors");
+    motionErrors_.settle(motion, leftOut_, "motion errors");
+    auto& merged = data_.errorFigures;
+    for (Series<ErrorFigures>* series : {&position, &motion}) {
+        if (series->records.empty()) continue;
+        merged.origin += (merged.origin.empty() ? "" : ", ") + series->origin;
+        merged.records.insert(merged.records.end(), series->records.begin(), series->records.end());
+    }
+    if (position.records.empty() || motion.records.empty()) return;
+    std::stable_sort(merged.records.begin(), merged.records.end(),
+                     [](const ErrorFigures& a, const ErrorFigures& b) { return a.time < b.time; });
+    std::vector<ErrorFigures> whole;
+    ErrorFigures held;
+    for (const ErrorFigures& figures : merged.records) {
+        held.time = figures.time;
+        for (std::size_t i = 0; i < errorKinds; ++i) {
+            if (!std::isnan(figures.values[i])) held.values[i] = figures.values[i];
+        }
+        if (!whole.empty() && whole.back().time == held.time)
+            whole.back() = held;
+        else
+            whole.push_back(held);
+    }
+    merged.records = std::move(whole);
+    data_.conventions.emplace_back("Error figures of one sentence hold until the next one of its kind.");
+}
+
 RawData NmeaImport::finish() {
     if (undated_ != 0) {
         dropUndated(positions_);
         for (auto& choice : scalars_)
             dropUndated(choice);
+        dropUndated(positionErrors_);
+        dropUndated(motionErrors_);
         for (std::uint64_t i = 0; i < undated_; ++i) {
             const std::size_t kept = undatedOffsets_.size();
             data_.problems.add(ProblemKind::noDate, undatedOffsets_[std::min<std::size_t>(i, kept - 1)]);
@@ -474,6 +577,9 @@ RawData NmeaImport::finish() {
                          " sentences came without a checksum and were taken as they are.");
     }
     if (!data_.navigation.records.empty()) say.emplace_back("Positions carry no accuracy.");
+    mergeErrors();
+    for (std::size_t i = 0; i < undatedPlaces_; ++i)
+        data_.index[i].time = RawRecord::untimed;
     data_.leftOut = leftOut_.take();
     sortByTime(data_);
     return std::move(data_);

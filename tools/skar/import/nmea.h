@@ -26,6 +26,10 @@ NmeaVerdict parseNmea(std::string_view text, NmeaSentence& sentence, bool& hasCh
 
 // "hhmmss.sss" as microseconds of the day; second 60 is a leap second.
 std::optional<Micros> nmeaTimeOfDay(std::string_view text);
+// The type of a sentence as a number: up to four letters behind the talker or the maker's P, the last one
+// lowest.
+std::uint32_t nmeaTypeNumber(const NmeaSentence& sentence);
+
 // "ddmm.mmm" with N, S, E or W as radians, within the limit in degrees.
 std::optional<double> nmeaAngle(std::string_view text, std::string_view hemisphere, int limit);
 

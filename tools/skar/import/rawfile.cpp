@@ -148,6 +148,7 @@ void sortByTime(RawData& data) {
     sortSeries(data.uncertainPings);
     sortSeries(data.fishNavigation);
     sortSeries(data.imagePings);
+    sortSeries(data.errorFigures);
 }
 
 std::span<const RawFormat> formats() {

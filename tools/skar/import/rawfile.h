@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 #include <map>
 #include <optional>
 #include <span>
@@ -123,6 +124,27 @@ struct ImagePing {
     double height = 0.0;         // of the sonar above the sea floor, metres, 0 when not stated
 };
 
+// Where a record of the file stands, whatever becomes of it.
+struct RawRecord {
+    static constexpr Micros untimed = INT64_MIN;
+
+    std::uint64_t offset = 0;
+    Micros time = untimed;
+    std::uint32_t type = 0; // as the format numbers its records; letters of a name, the last one lowest
+    std::uint32_t length = 0;
+};
+
+// Root mean square errors at one time, no number where the file states none.
+enum class ErrorKind { north, east, heave, roll, pitch, heading };
+constexpr std::size_t errorKinds = 6;
+struct ErrorFigures {
+    Micros time = 0;
+    std::array<double, errorKinds> values = {missing, missing, missing, missing, missing, missing};
+
+    static constexpr double missing = std::numeric_limits<double>::quiet_NaN();
+    double& operator[](ErrorKind kind) { return values[static_cast<std::size_t>(kind)]; }
+};
+
 enum class ScalarKind { gyro, heave, pitch, roll, fishGyro, cableOut, fishHeight, fishDepth };
 constexpr std::size_t scalarKinds = 8;
 
@@ -189,6 +211,8 @@ struct RawData {
     Series<PingPlace> uncertainPings; // those of the depth pings with errors of their beams
     Series<PositionFix> fishNavigation;
     Series<PingPlace> imagePings;
+    Series<ErrorFigures> errorFigures;
+    std::vector<RawRecord> index; // in the order of the file
     Problems problems;
     std::vector<LeftOut> leftOut;
     std::vector<std::string> conventions; // signs, frames and time scale, a sentence each

@@ -96,6 +96,7 @@ RawData readRecorderLog(ByteSource& source) {
             continue;
         }
         ++sound;
+        data.index.push_back({line.offset, *time, 0, static_cast<std::uint32_t>(line.text.size())});
         if (!positions) continue;
         const auto value = [&](int column) { return values[static_cast<std::size_t>(column)]; };
         if (columns.status > 0 && value(columns.status).starts_with('-')) {

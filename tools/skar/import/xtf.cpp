@@ -179,6 +179,9 @@ public:
     void otherPing(const XtfPacket& packet);
     void attitude(const XtfPacket& packet);
     void navigation(const XtfPacket& packet);
+    void keepPlace(const XtfPacket& packet) {
+        data_.index.push_back({packet.offset, RawRecord::untimed, packet.type, packet.size});
+    }
 
     RawData finish();
     Problems& problems() { return data_.problems; }
@@ -213,6 +216,7 @@ private:
         std::optional<Micros> time;
         std::uint32_t tag = 0;
         std::uint64_t offset = 0;
+        std::size_t place = 0; // in the index
         float pitch = 0.0F;
         float roll = 0.0F;
         float heave = 0.0F;
@@ -244,13 +248,16 @@ private:
 
 std::optional<PingHead> XtfImport::headOf(const XtfPacket& packet) {
     PingHead head;
-    if (!decode(packet.cursor(), head))
+    if (!decode(packet.cursor(), head)) {
         problems().add(ProblemKind::length, packet.offset);
-    else if (!head.time)
+        return std::nullopt;
+    }
+    if (!head.time) {
         problems().add(ProblemKind::noDate, packet.offset);
-    else
-        return head;
-    return std::nullopt;
+        return std::nullopt;
+    }
+    data_.index.back().time = *head.time;
+    return head;
 }
 
 void XtfImport::takeFix(double y, double x, Micros time, std::uint64_t offset, Track& to) {
@@ -325,6 +332,7 @@ void XtfImport::attitude(const XtfPacket& packet) {
     Cursor in = packet.cursor();
     Attitude attitude;
     attitude.offset = packet.offset;
+    attitude.place = data_.index.size() - 1;
     attitude.pitch = in.readAt<float>(30);
     attitude.roll = in.read<float>();
     attitude.heave = in.read<float>();
@@ -353,6 +361,7 @@ void XtfImport::navigation(const XtfPacket& packet) {
     if (in.failed()) return problems().add(ProblemKind::length, packet.offset);
     const auto time = timeOf(year, part[0], part[1], part[2], part[3], part[4], fraction);
     if (!time) return problems().add(ProblemKind::noDate, packet.offset);
+    data_.index.back().time = *time;
     takeFix(y, x, *time, packet.offset, logged_);
 }
 
@@ -374,6 +383,7 @@ void XtfImport::finishAttitude() {
             continue;
         }
         const Micros time = byDate ? *attitude.time : Micros{attitude.tag} * 1000 + apart;
+        data_.index[attitude.place].time = time;
         const auto isAngle = [](float value) { return std::abs(value) <= 180.0F; };
         if (!isAngle(attitude.pitch) || !isAngle(attitude.roll) || !(std::abs(attitude.heave) <= 100.0F)) {
             problems().add(ProblemKind::badValue, attitude.offset);
@@ -484,6 +494,7 @@ RawData readXtf(ByteSource& source) {
     XtfPackets packets(source, file->size, import.problems());
     XtfPacket packet;
     while (packets.next(packet)) {
+        import.keepPlace(packet);
         const auto type = std::find_if(packetTypes.begin(), packetTypes.end(),
                                        [&](const PacketType& row) { return row.type == packet.type; });
         if (type == packetTypes.end())
