@@ -1,5 +1,7 @@
 #include "raw_bytes.h"
+#include "xtf_bytes.h"
 
+#include "import/gsf.h"
 #include "import/kongsbergall.h"
 #include "import/nmea.h"
 #include "import/recorderlog.h"
@@ -167,6 +169,34 @@ TEST(IndexOfARecorderLog, HasEveryLineThatCouldBeRead) {
     ASSERT_EQ(data.index.size(), 2U);
     expectRecord(data.index[0], 16, 23, 0, at(10, 0, 0));
     expectRecord(data.index[1], 51, 23, 0, at(10, 0, 1));
+}
+
+TEST(IndexOfXtf, HasEveryPacketWithTheTimeThatItsKindTells) {
+    const RawBytes first = xtfPing(1, {{0, RawBytes().u8(7), 1}}, [](Fields& head) { head.u32(224, 5000); });
+    const RawBytes undated = xtfAttitude(4000, 2.0F);
+    const RawBytes unknown = xtfPacketHead(99, 64, 64).bytes();
+    RawBytes file = xtfHeader({{1, 1}, {2, 1}});
+    const std::size_t start = file.size();
+    const RawData data = readBytes(readXtf, file.add(first).add(undated).add(unknown).bytes());
+    ASSERT_EQ(data.index.size(), 3U);
+    const Micros time = *midnight(2009, 11, 8) + (12 * 3600 + 36 * 60 + 1) * second + second / 2;
+    expectRecord(data.index[0], start, static_cast<std::uint32_t>(first.size()), 0, time);
+    expectRecord(data.index[1], start + first.size(), 64, 3, time - second);
+    expectRecord(data.index[2], start + first.size() + 64, 64, 99, RawRecord::untimed);
+}
+
+TEST(IndexOfGsf, HasEveryRecordFromItsSizeWordOn) {
+    const auto record = [](std::uint32_t type, RawBytes content) {
+        return RawBytes(ByteOrder::big).u32(content.size()).u32(type).add(content);
+    };
+    RawBytes attitude(ByteOrder::big);
+    attitude.u32(1392804000).u32(500'000'000).u16(1).u16(0).i16(1).i16(2).i16(3).u16(4);
+    RawBytes file = record(1, RawBytes().text("GSF-v03.07").zeros(2));
+    const RawData data = readBytes(readGsf, file.add(record(12, attitude)).add(record(6, attitude)).bytes());
+    ASSERT_EQ(data.index.size(), 3U);
+    expectRecord(data.index[0], 0, 20, 1, RawRecord::untimed);
+    expectRecord(data.index[1], 20, 28, 12, at(10, 0, 0) + second / 2);
+    expectRecord(data.index[2], 48, 28, 6, RawRecord::untimed);
 }
 
 } // namespace
