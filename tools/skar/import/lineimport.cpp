@@ -20,8 +20,10 @@
 
 namespace skar::tool {
 
+using import::FileSource;
 using import::Micros;
 using import::RawData;
+using import::Series;
 
 namespace {
 
@@ -132,14 +134,17 @@ auto withSeries(const RawData& data, const ImportSensor& sensor, Take take) {
     return take(data[sensor.kind]);
 }
 
-import::Series<import::PositionFix> RawData::*trackOf(const ImportSensor& sensor){
-    switch (sensor.from){case From::positions: return &RawData::navigation;
-case From::fishPositions:
-return &RawData::fishNavigation;
-default:
-return nullptr;
-} // namespace
-} // namespace skar::tool
+// Null for what is no track.
+auto trackOf(const ImportSensor& sensor) -> Series<import::PositionFix> RawData::* {
+    switch (sensor.from) {
+    case From::positions:
+        return &RawData::navigation;
+    case From::fishPositions:
+        return &RawData::fishNavigation;
+    default:
+        return nullptr;
+    }
+}
 
 // Takes the pings off whose beams have no place on the earth.
 void keepPlaced(PlannedSegment& segment) {
@@ -221,11 +226,12 @@ RawFile readRawFile(const std::string& path, const std::function<void(std::uint6
     }
 }
 
-import::FileSource reopened(const RawFile& file){try {return import::FileSource(file.path);
-}
-catch (const import::ImportError& error) {
-    throw ToolError(printable(error.what()));
-}
+FileSource reopened(const RawFile& file) {
+    try {
+        return FileSource(file.path);
+    } catch (const import::ImportError& error) {
+        throw ToolError(printable(error.what()));
+    }
 }
 
 double StoreClock::seconds(Micros time) {
