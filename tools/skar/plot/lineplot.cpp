@@ -246,7 +246,7 @@ private:
         raster.closeGaps(widestGap);
         const auto range = raster.quantiles(0.01, 0.99);
         if (!range) return;
-        drawDepths(canvas, box, raster, range->first, range->second, metresPerPixel_);
+        drawDepths(canvas, box, raster, range->first, range->second, Lighting::upperLeft);
         const double tall = std::min(box.height - 8.0, 180.0);
         drawDepthScale(canvas, {box.right() + 16.0, box.bottom() - tall, 14.0, tall}, range->first,
                        range->second);
@@ -341,7 +341,7 @@ public:
         }
         pictured.sensors.push_back(sensor);
         if (const auto range = raster.quantiles(0.01, 0.99)) {
-            drawDepths(canvas, box, raster, range->first, range->second, 0.0);
+            drawDepths(canvas, box, raster, range->first, range->second, Lighting::none);
             drawDepthScale(canvas, {box.right() + 16.0, box.top + 20.0, 14.0, box.height - 28.0},
                            range->first, range->second);
         }

@@ -113,9 +113,37 @@ std::uint32_t depthColour(double part, double light) {
     return channel(&Colour::red) << 16U | channel(&Colour::green) << 8U | channel(&Colour::blue);
 }
 
+namespace {
+
+// How much the floor falls towards the lower right from one cell to the next; 0 at edges.
+double fall(const Raster& raster, int column, int row) {
+    const auto here = raster.mean(column, row);
+    const auto left = raster.mean(column - 1, row);
+    const auto above = raster.mean(column, row - 1);
+    return here && left && above ? *here - *left + *here - *above : 0.0;
+}
+
+// What most falls stay below; rough data is lit as softly as smooth data.
+double usualFall(const Raster& raster) {
+    std::vector<double> falls;
+    for (int row = 0; row < raster.rows(); ++row) {
+        for (int column = 0; column < raster.columns(); ++column) {
+            const double each = std::abs(fall(raster, column, row));
+            if (each > 0.0) falls.push_back(each);
+        }
+    }
+    if (falls.empty()) return 1.0;
+    const auto nth = falls.begin() + static_cast<std::ptrdiff_t>(falls.size() * 9 / 10);
+    std::ranges::nth_element(falls, nth);
+    return *nth;
+}
+
+} // namespace
+
 void drawDepths(const Canvas& canvas, const Box& box, const Raster& raster, double shallow, double deep,
-                double cellSize) {
+                Lighting lighting) {
     const double range = std::max(deep - shallow, 1e-3);
+    const double usual = lighting == Lighting::upperLeft ? usualFall(raster) : 0.0;
     std::vector<std::uint32_t> colours;
     colours.reserve(static_cast<std::size_t>(raster.columns()) * static_cast<std::size_t>(raster.rows()));
     for (int row = 0; row < raster.rows(); ++row) {
@@ -125,15 +153,9 @@ void drawDepths(const Canvas& canvas, const Box& box, const Raster& raster, doub
                 colours.push_back(Canvas::none);
                 continue;
             }
-            double light = 1.0;
-            const auto left = raster.mean(column - 1, row);
-            const auto above = raster.mean(column, row - 1);
-            if (cellSize > 0.0 && left && above) {
-                // Relief is small against its extent: slopes are drawn steeper than they are.
-                constexpr double exaggeration = 4.0;
-                const double slope = (*depth - *left + *depth - *above) / cellSize * exaggeration;
-                light = 1.0 - 0.45 * std::tanh(slope);
-            }
+            constexpr double contrast = 0.35;
+            const double light =
+                usual > 0.0 ? 1.0 - contrast * std::tanh(fall(raster, column, row) / (1.5 * usual)) : 1.0;
             colours.push_back(depthColour((*depth - shallow) / range, light));
         }
     }

@@ -38,10 +38,11 @@ private:
 // The colour of a part from 0, shallow, to 1, deep.
 std::uint32_t depthColour(double part, double light = 1.0);
 
-// Draws the raster into the box in the colours from the shallow to the deep value. With a cell of that many
-// metres the sea floor is lit from the upper left; 0 leaves it unlit.
+enum class Lighting { none, upperLeft };
+
+// Draws the raster into the box in the colours from the shallow to the deep value.
 void drawDepths(const Canvas& canvas, const Box& box, const Raster& raster, double shallow, double deep,
-                double cellSize);
+                Lighting lighting);
 // The colours and their depths.
 void drawDepthScale(const Canvas& canvas, const Box& box, double shallow, double deep);
 
