@@ -2,11 +2,15 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <memory>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 // What the benchmark programs share: a folder that goes with the program, and a table of ratios behind the
@@ -37,6 +41,39 @@ public:
 private:
     std::filesystem::path root_;
 };
+
+inline constexpr std::size_t blockSize = 1 << 20;
+
+inline std::uint32_t big(std::uint32_t word) {
+    return __builtin_bswap32(word);
+}
+
+struct CloseFile {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+inline void count(benchmark::State& state, std::uint64_t items) {
+    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * items));
+}
+
+// A size from the environment.
+inline std::uint32_t sizeFrom(const char* variable, std::uint32_t usual) {
+    const char* const wanted = std::getenv(variable);
+    return wanted != nullptr ? static_cast<std::uint32_t>(std::strtoul(wanted, nullptr, 10)) : usual;
+}
+
+// Runs the writing in a process of its own, so that its memory does not serve the reading.
+template <typename Write>
+void writeApart(Write write) {
+    const pid_t writer = fork();
+    if (writer == 0) {
+        write();
+        _exit(0);
+    }
+    int status = 1;
+    if (waitpid(writer, &status, 0) != writer || status != 0) std::abort();
+}
 
 // Prints the usual figures and keeps the median nanoseconds per item of each benchmark.
 class Keeper : public benchmark::ConsoleReporter {

@@ -12,7 +12,6 @@
 #include <random>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -24,17 +23,14 @@
 // SKAR_BENCH_RECORDS sets the number of records (10 million). Figures are ns per record.
 namespace {
 
-using skarbench::ScratchLine;
+using namespace skarbench;
 
 constexpr std::size_t headSize = 48;
 constexpr std::size_t recordSize = 12;
-constexpr std::size_t blockSize = 1 << 20;
 constexpr double firstTime = 1.0e9;
 
 std::uint32_t records() {
-    static const char* wanted = std::getenv("SKAR_BENCH_RECORDS");
-    static const auto count =
-        static_cast<std::uint32_t>(wanted ? std::strtoul(wanted, nullptr, 10) : 10'000'000);
+    static const std::uint32_t count = sizeFrom("SKAR_BENCH_RECORDS", 10'000'000);
     return count;
 }
 
@@ -43,10 +39,6 @@ double timeOf(std::uint32_t i) {
 }
 double valueOf(std::uint32_t i) {
     return static_cast<double>(i % 6283) * 1e-3;
-}
-
-std::uint32_t big(std::uint32_t word) {
-    return __builtin_bswap32(word);
 }
 
 void writeLine(const ScratchLine& scratch) {
@@ -64,17 +56,11 @@ void writeLine(const ScratchLine& scratch) {
 
 const ScratchLine& line() {
     static ScratchLine scratch;
-    // In a process of its own, so that the memory of the writing does not serve the reading.
     static const bool written = [] {
-        const pid_t writer = fork();
-        if (writer == 0) {
-            writeLine(scratch);
-            _exit(0);
-        }
-        int status = 1;
-        return waitpid(writer, &status, 0) == writer && status == 0;
+        writeApart([] { writeLine(scratch); });
+        return true;
     }();
-    if (!written) std::abort();
+    (void)written;
     return scratch;
 }
 
@@ -86,15 +72,6 @@ std::unique_ptr<_TELD_Sensor, CloseSensor> openLine() {
     std::unique_ptr<_TELD_Sensor, CloseSensor> sensor(GyroOpenDir(line().line().c_str(), L"query", &code));
     if (!sensor) std::abort();
     return sensor;
-}
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-void count(benchmark::State& state, std::uint64_t items) {
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * items));
 }
 
 // A shuffled walk over a part of the records, the same for all.
@@ -385,7 +362,7 @@ int main(int argc, char** argv) {
     if (SKARIO_Init(0) != 0) return 1;
     openHandleMemory();
     const auto add = [](const char* name, void (*run)(benchmark::State&)) {
-        benchmark::RegisterBenchmark(name, run)->Unit(benchmark::kMillisecond)->MinTime(0.3)->UseRealTime();
+        benchmark::RegisterBenchmark(name, run)->Unit(benchmark::kMillisecond)->MinTime(0.3);
     };
     add("floorRead", floorRead);
     add("stdioRead", stdioRead);
@@ -400,7 +377,7 @@ int main(int argc, char** argv) {
     add("floorWrite", floorWrite);
     add("stdioWrite", stdioWrite);
     add("GyroSeqWrite", GyroSeqWriteAll);
-    skarbench::Keeper keeper;
+    Keeper keeper;
     benchmark::RunSpecifiedBenchmarks(&keeper);
     keeper.table({{"floorRead", {}},
                   {"stdioRead", {"floorRead"}},

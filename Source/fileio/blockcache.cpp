@@ -89,6 +89,8 @@ int initialiseCacheSize(_TELD_Sensor* sensor, std::int32_t size) try {
     auto* cache = new BlockCache;
     sensor->auxiliary = cache;
     cache->sensor = sensor;
+    // A run of reads past the cache ends here.
+    sensor->state->file.seek(sensor->state->file.position());
     cache->fileSize = sensor->state->file.size();
     cache->buffer.resize(firstCapacity);
     setCacheSize(cache, size);

@@ -2,6 +2,7 @@
 
 #include <skar/sensor.h>
 
+#include <cmath>
 #include <cstdint>
 
 // The scale codings of the store: a physical value to a stored word and back. Rounding is half away from
@@ -29,15 +30,14 @@ inline bool roundToWord(double value, std::uint32_t& word) noexcept {
 
 // Steps of 0.001, saturating beyond two million: metres, and the millis coding of the simple sensors.
 inline bool TELD_EncodeMeters(double value, std::uint32_t& word) noexcept {
-    if (value > 2000000.0) {
-        word = 0x7FFFFFFF;
+    constexpr double most = 2000000.0;
+    if (value >= -most && value <= most) [[likely]] {
+        const double scaled = value * 1000.0;
+        word = static_cast<std::uint32_t>(static_cast<std::int32_t>(scaled + std::copysign(0.5, scaled)));
         return true;
     }
-    if (value < -2000000.0) {
-        word = 0x80000000;
-        return true;
-    }
-    return roundToWord(value * 1000.0, word);
+    word = value > most ? 0x7FFFFFFF : value < -most ? 0x80000000 : 0;
+    return !std::isnan(value);
 }
 inline double TELD_DecodeMeters(std::int32_t value) noexcept {
     return value / 1000.0;

@@ -143,8 +143,8 @@ struct Layout {
     }
 
     // Word by word in order, so that a word may count from a reference decoded before it.
-    void decode(const Scale& scale, const void* bytes, Record& record) const noexcept {
-        [&]<std::size_t... I>(std::index_sequence<I...>) {
+    [[gnu::always_inline]] void decode(const Scale& scale, const void* bytes, Record& record) const noexcept {
+        [&]<std::size_t... I>(std::index_sequence<I...>) __attribute__((always_inline)) {
             (decodeField(std::get<I>(fields), scale, static_cast<const std::byte*>(bytes) + I * wordSize,
                          record),
              ...);
@@ -181,7 +181,8 @@ private:
         return coded;
     }
     template <class F>
-    static void decodeField(const F& f, const Scale& scale, const std::byte* at, Record& record) noexcept {
+    [[gnu::always_inline]] static void decodeField(const F& f, const Scale& scale, const std::byte* at,
+                                                   Record& record) noexcept {
         if constexpr (requires { F::coding::decodeInto(scale, 0u, std::invoke(f.access, record)); })
             F::coding::decodeInto(scale, loadWord(at), std::invoke(f.access, record));
         else

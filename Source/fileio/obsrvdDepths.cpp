@@ -148,6 +148,46 @@ int toCode(_TELD_Sensor* sensor) {
     return sensor ? codes::success : family.nullHandle;
 }
 
+// Reads that do not just go on where the last one ended, with the arguments of the exported functions.
+[[gnu::noinline]] int readElsewhere(_TELD_Sensor* sensor, std::uint32_t profile, std::uint32_t beam,
+                                    double* time, double* y, double* x, double* z, double* extra,
+                                    std::uint32_t* status) {
+    if (const int code = toCode(sensor)) return code;
+    int indexCode = 0;
+    Depth depth;
+    if (const Step step = readBeam<ObservedTraits>(*sensor, profile, beam, depth, indexCode);
+        step != Step::done)
+        return codeOfStep(readSteps, step, indexCode);
+    give(time, depth.time);
+    give(y, depth.y);
+    give(x, depth.x);
+    give(z, depth.z);
+    give(extra, depth.extra);
+    give(status, depth.status);
+    return codes::success;
+}
+
+[[gnu::noinline]] int readNextElsewhere(_TELD_Sensor* sensor, double* time, double* y, double* x, double* z,
+                                        double* extra, std::uint32_t* status) {
+    if (const int code = checkWriter(family, sensor, "ReadSeq", inQuery)) return code;
+    if (!(time && y && x && z && extra && status)) return codes::failed;
+    Depth depth;
+    const Step step = takeBeam<ObservedTraits>(*sensor, false, depth);
+    profileState(*sensor).common.needSeek = 1;
+    if (step == Step::readBeam)
+        BOOST_THROW_EXCEPTION(errors::failure<SKAR::ObsDepthReadError>(
+            "errorMessages/SKARio/ObservedDepths/freadDepthFailed", SKAR::stdio_error_info(errno)));
+    if (step != Step::done) return family.code(Offset::decode);
+    startRun<ObservedTraits>(*sensor);
+    *time = depth.time;
+    *y = depth.y;
+    *x = depth.x;
+    *z = depth.z;
+    *extra = depth.extra;
+    *status = depth.status;
+    return codes::success;
+}
+
 constexpr const wchar_t fileName[] = L"ObservedDepths";
 constexpr const wchar_t newFileName[] = L"ObservedDepthsNew";
 
@@ -328,16 +368,15 @@ int ObservedDepthsLineSegment(_TELD_Sensor* sensor, std::uint32_t number, wchar_
 
 int ObservedDepthsRead(_TELD_Sensor* sensor, std::uint32_t profile, std::uint32_t beam, double* time,
                        double* y, double* x, double* z, double* extra, std::uint32_t* status) {
-    if (const int code = toCode(sensor)) return code;
-    int indexCode = 0;
+    const std::byte* bytes = time && y && x && z ? nextOfRun<ObservedTraits>(sensor, profile, beam) : nullptr;
+    if (!bytes) [[unlikely]]
+        return readElsewhere(sensor, profile, beam, time, y, x, z, extra, status);
     Depth depth;
-    if (const Step step = readBeam<ObservedTraits>(*sensor, profile, beam, depth, indexCode);
-        step != Step::done)
-        return codeOfStep(readSteps, step, indexCode);
-    give(time, depth.time);
-    give(y, depth.y);
-    give(x, depth.x);
-    give(z, depth.z);
+    ObservedTraits::beam.decode(*sensor, bytes, depth);
+    *time = depth.time;
+    *y = depth.y;
+    *x = depth.x;
+    *z = depth.z;
     give(extra, depth.extra);
     give(status, depth.status);
     return codes::success;
@@ -385,15 +424,12 @@ int ObservedDepthsReadProfileSeq(_TELD_Sensor* sensor, std::uint32_t* numDepths,
 
 int ObservedDepthsReadSeq(_TELD_Sensor* sensor, double* time, double* y, double* x, double* z, double* extra,
                           std::uint32_t* status) {
-    if (const int code = checkWriter(family, sensor, "ReadSeq", inQuery)) return code;
-    if (!(time && y && x && z && extra && status)) return codes::failed;
+    const bool all = time && y && x && z && extra && status;
+    const std::byte* bytes = all ? nextOfFile<ObservedTraits>(sensor) : nullptr;
+    if (!bytes) [[unlikely]]
+        return readNextElsewhere(sensor, time, y, x, z, extra, status);
     Depth depth;
-    const Step step = takeBeam<ObservedTraits>(*sensor, false, depth);
-    profileState(*sensor).common.needSeek = 1;
-    if (step == Step::readBeam) [[unlikely]]
-        BOOST_THROW_EXCEPTION(errors::failure<SKAR::ObsDepthReadError>(
-            "errorMessages/SKARio/ObservedDepths/freadDepthFailed", SKAR::stdio_error_info(errno)));
-    if (step != Step::done) return family.code(Offset::decode);
+    ObservedTraits::beam.decode(*sensor, bytes, depth);
     *time = depth.time;
     *y = depth.y;
     *x = depth.x;

@@ -19,10 +19,4 @@ int attachProfileState(_TELD_Sensor& sensor, std::uint32_t version, std::size_t 
     return codes::success;
 }
 
-int checkWriter(const Family& family, const _TELD_Sensor* sensor, const char* operation, Access access) {
-    if (!sensor) return family.nullHandle;
-    if (!sensor->pReadStruct) return codes::failed;
-    return checkHandle(family, sensor, operation, access);
-}
-
 } // namespace skar::fileio

@@ -83,6 +83,10 @@ struct ProfileState {
     BeamRange updatedRange;
     ProfileBase updatedBase;
     std::int64_t updatedOffset;
+    // Of the run of beams that is read: the file's seeks when it began, and where a decoded record also goes,
+    // null where readers have to look closer.
+    std::uint32_t run;
+    std::byte* runCopy;
 };
 inline ProfileState& profileState(const _TELD_Sensor& sensor) {
     return *static_cast<ProfileState*>(sensor.pReadStruct);
@@ -336,7 +340,7 @@ Step followingHeader(_TELD_Sensor& sensor, ProfileHeader& header) {
 
 // The next beam of the file or of the cached record.
 template <class Traits>
-[[gnu::always_inline]] inline Step takeBeam(_TELD_Sensor& sensor, bool cached, typename Traits::Beam& beam) {
+Step takeBeam(_TELD_Sensor& sensor, bool cached, typename Traits::Beam& beam) {
     return Traits::withVersion(profileState(sensor).version, [&](const auto&, const auto& beamLayout) {
         std::array<std::byte, sizeof(ProfileState::buffer)> copy;
         const std::byte* bytes = !cached ? sensor.state->file.read(beamLayout.size)
@@ -391,9 +395,20 @@ Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, i
     return file.seek(file.position() + ahead) ? Step::done : Step::seekBeam;
 }
 
+// What a read of a beam in passing has to look at once: where a decoded record also goes, null where the file
+// is of an older version, a block cache has a say or the stream has no room.
 template <class Traits>
-[[gnu::noinline]] Step readBeamElsewhere(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam,
-                                         typename Traits::Beam& result, int& indexCode) {
+void startRun(const _TELD_Sensor& sensor) {
+    ProfileState& state = profileState(sensor);
+    const RecordSpan span = recordSpan(sensor.decodeXDRStream, XDR_DECODE);
+    const bool plain = state.version == Traits::written && !cacheOf(sensor) && span.size >= Traits::beam.size;
+    state.runCopy = plain ? span.bytes : nullptr;
+    state.run = sensor.state->file.seeks();
+}
+
+template <class Traits>
+Step readBeamElsewhere(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam,
+                       typename Traits::Beam& result, int& indexCode) {
     ProfileState& state = profileState(sensor);
     const Bookmark bookmark(sensor);
     Step step = seekBeam<Traits>(sensor, profile, beam, indexCode);
@@ -402,13 +417,61 @@ template <class Traits>
     state.common.needSeek = 0;
     state.common.seeksSeen = sensor.state->file.seeks();
     state.beam = beam;
+    startRun<Traits>(sensor);
     return step;
+}
+
+// The bytes of the next beam of the run if they are in the window already. Null when there is more to it, and
+// nothing has changed then.
+template <class Traits>
+[[gnu::always_inline]] inline const std::byte* takeFromRun(const _TELD_Sensor& sensor,
+                                                           const ProfileState& state) {
+    RecordFile& file = sensor.state->file;
+    if (file.seeks() != state.run || !state.runCopy) [[unlikely]]
+        return nullptr;
+    const std::byte* bytes = file.take(Traits::beam.size);
+    if (!bytes) [[unlikely]]
+        return nullptr;
+    std::memcpy(state.runCopy, bytes, Traits::beam.size);
+    return bytes;
+}
+
+// The beam behind the one that was read last by number: what that one has passed holds for this one too. Null
+// when it is another, to be read by readBeam.
+template <class Traits>
+[[gnu::always_inline]] inline const std::byte* nextOfRun(_TELD_Sensor* sensor, std::uint32_t profile,
+                                                         std::uint32_t beam) {
+    if (!sensor || sensor->sensorType != Traits::family.storedType || !sensor->pReadStruct) [[unlikely]]
+        return nullptr;
+    ProfileState& state = profileState(*sensor);
+    if (beam != state.beam + 1 || profile != state.profile || state.common.needSeek ||
+        beam - state.startBeam >= state.numDepths) [[unlikely]]
+        return nullptr;
+    const std::byte* bytes = takeFromRun<Traits>(*sensor, state);
+    if (!bytes) [[unlikely]]
+        return nullptr;
+    state.beam = beam;
+    return bytes;
+}
+
+// The beam behind the header or beam that was read last in the order of the file. Null when there is more to
+// it.
+template <class Traits>
+[[gnu::always_inline]] inline const std::byte* nextOfFile(_TELD_Sensor* sensor) {
+    if (!sensor || sensor->sensorType != Traits::family.storedType || !sensor->pReadStruct ||
+        sensor->accessType != TELD_QUERY) [[unlikely]]
+        return nullptr;
+    ProfileState& state = profileState(*sensor);
+    const std::byte* bytes = takeFromRun<Traits>(*sensor, state);
+    if (bytes) [[likely]]
+        state.common.needSeek = 1;
+    return bytes;
 }
 
 // A beam by profile and beam. Reading the beams of a profile in order looks the header up once.
 template <class Traits>
-[[gnu::always_inline]] inline Step readBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam,
-                                            typename Traits::Beam& result, int& indexCode) {
+Step readBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, typename Traits::Beam& result,
+              int& indexCode) {
     if (const Step step = checkRead(sensor, Traits::family, profile, Traits::profileLimit(sensor));
         step != Step::done)
         return step;
@@ -534,7 +597,12 @@ template <class Traits>
 }
 
 // The tests of the writers and updates, which begin with the read structure.
-int checkWriter(const Family& family, const _TELD_Sensor* sensor, const char* operation, Access access);
+inline int checkWriter(const Family& family, const _TELD_Sensor* sensor, const char* operation,
+                       Access access) {
+    if (!sensor) return family.nullHandle;
+    if (!sensor->pReadStruct) return codes::failed;
+    return checkHandle(family, sensor, operation, access);
+}
 
 // What an update function makes of the words of a beam: false for a value without a coding.
 enum class Change { write, keep, refuse };

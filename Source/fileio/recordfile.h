@@ -42,12 +42,17 @@ public:
     // The next `size` bytes, valid until the next call; null when they are not all there. Moves behind them
     // on success.
     const std::byte* read(std::size_t size) {
+        const std::byte* const bytes = take(size);
+        return bytes ? bytes : readBeyond(size);
+    }
+
+    // As `read`, of what is in the window already; null for all else, and the position is left.
+    [[gnu::always_inline]] const std::byte* take(std::size_t size) noexcept {
         const std::int64_t ahead = position_ - windowStart_;
-        if (ahead >= 0 && ahead + static_cast<std::int64_t>(size) <= windowSize_) [[likely]] {
-            position_ += static_cast<std::int64_t>(size);
-            return window_.get() + ahead;
-        }
-        return readBeyond(size);
+        if (ahead < 0 || ahead + static_cast<std::int64_t>(size) > windowSize_) [[unlikely]]
+            return nullptr;
+        position_ += static_cast<std::int64_t>(size);
+        return window_.get() + ahead;
     }
 
     // The next bytes, piece by piece, to where a caller wants them. Large ones go there without a stop in the

@@ -257,12 +257,16 @@ int SLRangeLineSegment(_TELD_Sensor* sensor, std::uint32_t number, wchar_t** sou
 
 int SLRangeRead(_TELD_Sensor* sensor, std::uint32_t profile, std::uint32_t beam, double* time, double* range,
                 double* travel, double* angle1, double* angle2, std::uint32_t* status) {
-    if (!sensor) return family.nullHandle;
-    int indexCode = 0;
     Range read;
-    if (const Step step = readBeam<SlantRangeTraits>(*sensor, profile, beam, read, indexCode);
-        step != Step::done)
-        return codeOfStep(readSteps, step, indexCode);
+    if (const std::byte* bytes = nextOfRun<SlantRangeTraits>(sensor, profile, beam)) [[likely]] {
+        SlantRangeTraits::beam.decode(*sensor, bytes, read);
+    } else {
+        if (!sensor) return family.nullHandle;
+        int indexCode = 0;
+        if (const Step step = readBeam<SlantRangeTraits>(*sensor, profile, beam, read, indexCode);
+            step != Step::done)
+            return codeOfStep(readSteps, step, indexCode);
+    }
     give(time, read.time);
     give(range, read.range);
     give(travel, read.travel);
@@ -312,9 +316,14 @@ int SLRangeReadSeq(_TELD_Sensor* sensor, double* time, double* range, double* tr
     if (const int code = checkWriter(family, sensor, "ReadSeq", inQuery)) return code;
     if (!(time && range && travel && angle1 && angle2 && status)) return codes::failed;
     Range read;
-    const Step step = takeBeam<SlantRangeTraits>(*sensor, false, read);
-    profileState(*sensor).common.needSeek = 1;
-    if (step != Step::done) return codeOfStep(readSteps, step, 0);
+    if (const std::byte* bytes = nextOfFile<SlantRangeTraits>(sensor)) [[likely]] {
+        SlantRangeTraits::beam.decode(*sensor, bytes, read);
+    } else {
+        const Step step = takeBeam<SlantRangeTraits>(*sensor, false, read);
+        profileState(*sensor).common.needSeek = 1;
+        if (step != Step::done) return codeOfStep(readSteps, step, 0);
+        startRun<SlantRangeTraits>(*sensor);
+    }
     *time = read.time;
     *range = read.range;
     *travel = read.travel;

@@ -365,11 +365,15 @@ int TPELineSegment(_TELD_Sensor* sensor, std::uint32_t number, wchar_t** sourceF
 
 int TPERead(_TELD_Sensor* sensor, std::uint32_t profile, std::uint32_t beam, double* time, double* tpe1,
             double* tpe2, std::uint32_t* status) {
-    if (!sensor) return family.nullHandle;
     Record record;
-    if (const Step step = readRecordOf(*sensor, profile, beam, record); step != Step::done)
-        return codeOf(*sensor, step, "TPERead(): Unable to read TPE Header record." SKAR_STATES,
-                      "TPERead(): Unable to read TPE record." SKAR_STATES);
+    if (const std::byte* bytes = nextOfRun<TpeTraits>(sensor, profile, beam)) [[likely]] {
+        TpeTraits::beam.decode(*sensor, bytes, record);
+    } else {
+        if (!sensor) return family.nullHandle;
+        if (const Step step = readRecordOf(*sensor, profile, beam, record); step != Step::done)
+            return codeOf(*sensor, step, "TPERead(): Unable to read TPE Header record." SKAR_STATES,
+                          "TPERead(): Unable to read TPE record." SKAR_STATES);
+    }
     give(time, record.time);
     give(tpe1, record.tpe1);
     give(tpe2, record.tpe2);
