@@ -27,6 +27,14 @@ Outcome runSkar(const std::string& arguments, const std::string& redirect = "");
 std::vector<std::string> split(const std::string& text, char separator);
 std::vector<std::uint8_t> bytesOf(const std::filesystem::path& file);
 void writeBytes(const std::filesystem::path& file, const std::vector<std::uint8_t>& bytes);
+// From one cut of a file to the next, where each takes a run of the command: an instrumented one takes long
+// to start.
+#if defined(__SANITIZE_ADDRESS__)
+inline constexpr std::size_t cutStep = 13;
+#else
+inline constexpr std::size_t cutStep = 1;
+#endif
+
 // Puts the files of a case under tests/golden into a line.
 void writeGolden(const std::string& name, const std::filesystem::path& line);
 
