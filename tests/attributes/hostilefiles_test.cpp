@@ -288,6 +288,33 @@ TEST_F(HostileRecord, NoBlockIsLostWhenALaterValueIsDamaged) {
     delete[] values[0].byteArray;
 }
 
+TEST_F(HostileRecord, ADamagedRecordIsPassedByTheNextOne) {
+    SummaryWords words = of(typeByteArray, 24);
+    words.records = 3;
+    Bytes bytes = words.file();
+    const auto start = static_cast<std::int32_t>(bytes.size());
+    bytes.word("size", 16).word("status", 1).word("time", 0).word("n", 0);
+    bytes.word("size", 24).word("status", 2).word("time", 0).word("n", 9).word("n", 9).word("V", 0);
+    bytes.word("size", 16).word("status", 3).word("time", 0).word("n", 0);
+    line.write("Test", bytes);
+    line.write("TestTmIdx", indexBytes({{{0, start}, {0, start + 16}, {0, start + 40}}}));
+    for (const bool inOrder : {true, false}) {
+        OpenDataFile file = query();
+        double time = 0;
+        unsigned status = 0;
+        Values values;
+        Counts counts;
+        if (inOrder) {
+            EXPECT_EQ(0u, file.ReadRecord(time, status, values, counts, -999));
+        }
+        EXPECT_EQ(5000026u, file.ReadRecord(time, status, values, counts, inOrder ? -999 : 2));
+        EXPECT_EQ(2u, file.GetDataRecordStatus()) << "it was read as far as that";
+        EXPECT_EQ(0u, file.ReadRecord(time, status, values, counts, -999));
+        EXPECT_EQ(3u, status);
+        EXPECT_EQ(5000064u, file.ReadRecord(time, status, values, counts, -999));
+    }
+}
+
 TEST_F(HostileRecord, OffsetsOutsideTheFile) {
     const Bytes record = Bytes().word("size", 16).word("status", 1).word("time", 0).word("V", 7);
     for (const std::int32_t offset : {1'000'000, -1'000'000, 0x7FFF0000}) {
