@@ -58,6 +58,31 @@ protected:
     const std::string before = goldenDepths(2).bytes("ObservedDepths").string();
 };
 
+// One write is what a change demands; the header of the ping and the beam as it stands have to be read
+// before.
+TEST_F(ObservedDepthsUpdates, OneCostsAWriteAndAtMostTwoReads) {
+    FaultBackend disk;
+    for (const char* const name : {"ObservedDepths", "ObservedDepthsLineSegments", "ObservedDepthsTmIdx"})
+        disk.put(std::string("/survey/p/v/d/l/") + name, goldenDepths(2).bytes(name).string());
+    std::uint32_t code = 77;
+    _TELD_Sensor* const sensor = ObservedDepthsOpenDir(L"/survey/p/v/d/l", L"update", &code);
+    ASSERT_NE(nullptr, sensor);
+    for (const UpdateRow& row : updaters()) {
+        SCOPED_TRACE(row.name);
+        disk.resetCounts();
+        ASSERT_EQ(0, row.update(sensor, 1, 2));
+        EXPECT_LE(disk.operations(), 3u);
+        EXPECT_EQ(1u, disk.operations(Op::write));
+        disk.resetCounts();
+        ASSERT_EQ(0, row.update(sensor, 1, 1));
+        EXPECT_LE(disk.operations(), 2u) << "in the same ping";
+        disk.resetCounts();
+        ASSERT_EQ(0, row.update(sensor, 3, 1));
+        EXPECT_LE(disk.operations(), 3u);
+    }
+    EXPECT_EQ(0, ObservedDepthsClose(sensor));
+}
+
 } // namespace
 
 TEST_F(ObservedDepthsUpdates, ChangeTheirWordsAndNoOther) {
