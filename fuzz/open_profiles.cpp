@@ -1,6 +1,7 @@
 #include "support/fault_backend.h"
 
 #include <skar/observeddepths.h>
+#include <skar/processeddepths.h>
 #include <skar/sensor.h>
 #include <skar/slantrange.h>
 #include <skar/tpe.h>
@@ -12,6 +13,7 @@
 #include <exception>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Opens the file sets of the profile families from made-up bytes, reads them in every way and updates them in
 // place. An input is a byte that picks family, access and block cache, then data file, segments and index,
@@ -118,15 +120,55 @@ void readUncertainties(_TELD_Sensor* sensor) {
             break;
 }
 
+void readProcessed(_TELD_Sensor* sensor) {
+    Values v{};
+    double d[14] = {};
+    try {
+        for (const std::uint32_t profile : profiles) {
+            ProcessedDepthsReadProfile(sensor, profile, &v.u[0], &v.u[1], &d[0], &d[1], &d[2], &d[3], &d[4],
+                                       &d[5], &d[6], &d[7], &d[8], &d[9], &d[10], &d[11], &d[12], &d[13],
+                                       nullptr, &v.u[2]);
+            for (const std::uint32_t beam : beams) {
+                ProcessedDepthsRead(sensor, profile, beam, &d[0], &d[1], &d[2], &d[3], &d[4], &d[5], &d[6],
+                                    &v.u[0]);
+                ProcessedDepthsUpdateRejectionStatus(sensor, profile, beam, 0x80000000);
+                const double depth = 12.5;
+                ProcessedDepthsUpdateXYZStatus(sensor, profile, beam, nullptr, nullptr, &depth, nullptr);
+            }
+            double latitudes[8], longitudes[8], depths[8];
+            std::uint32_t statuses[8], numbers[8], error = 0;
+            pdReadProfileDepths(sensor, profile, latitudes, longitudes, depths, statuses, numbers, 8, &error);
+        }
+    } catch (const std::exception&) {
+        // A read that was refused.
+    }
+    try {
+        std::vector<SKAR::IO::ProcessedDepths::PD_Profile> all;
+        SKAR::IO::ProcessedDepths::ProcessedDepthsReadProfiles(sensor, 1, 100, all);
+        for (int i = 0; i < 1000; ++i)
+            if (ProcessedDepthsReadProfileSeq(sensor, &v.u[0], &v.u[1], &d[0], &d[1], &d[2], &d[3], &d[4],
+                                              &d[5], &d[6], &d[7], &d[8], &d[9], &d[10], &d[11], &d[12],
+                                              &d[13], nullptr, &v.u[2]) != 0 ||
+                ProcessedDepthsReadSeq(sensor, &d[0], &d[1], &d[2], &d[3], &d[4], &d[5], &d[6], &v.u[3]) != 0)
+                break;
+    } catch (const std::exception&) {
+        // The end of the file.
+    }
+    ProcessedDepthsUpdateSummaryStatus(sensor);
+    ProcessedDepthsSaveStatusToDisk(sensor);
+}
+
 struct Family {
     const char* name;
     _TELD_Sensor* (*open)(const wchar_t*, const wchar_t*, std::uint32_t*);
     int (*close)(_TELD_Sensor*);
     void (*read)(_TELD_Sensor*);
 };
-constexpr Family families[] = {{"SLRange", SLRangeOpenDir, SLRangeClose, readSlantRanges},
-                               {"TPE", TPEOpenDir, TPEClose, readUncertainties},
-                               {"ObservedDepths", ObservedDepthsOpenDir, ObservedDepthsClose, readObserved}};
+constexpr Family families[] = {
+    {"SLRange", SLRangeOpenDir, SLRangeClose, readSlantRanges},
+    {"TPE", TPEOpenDir, TPEClose, readUncertainties},
+    {"ObservedDepths", ObservedDepthsOpenDir, ObservedDepthsClose, readObserved},
+    {"ProcessedDepths", ProcessedDepthsOpenDir, ProcessedDepthsClose, readProcessed}};
 constexpr const char* cacheSizes[] = {"0", "1", "7", "1000"};
 
 } // namespace
@@ -135,15 +177,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     SKARIO_Init(0);
     Input input(data, size);
     const std::size_t choice = input.byte();
-    const Family& family = families[choice % 3];
-    setenv("SkarIOCacheSize", cacheSizes[choice / 6 % 4], 1);
+    const Family& family = families[choice % 4];
+    setenv("SkarIOCacheSize", cacheSizes[choice / 8 % 4], 1);
     FaultBackend disk;
     const std::string path = std::string("/survey/p/v/d/l/") + family.name;
     for (const char* side : {"", "LineSegments", "TmIdx"})
         disk.put(path + side, input.part());
     std::uint32_t code = 0;
     if (_TELD_Sensor* sensor =
-            family.open(L"/survey/p/v/d/l", choice / 3 % 2 == 0 ? L"query" : L"update", &code)) {
+            family.open(L"/survey/p/v/d/l", choice / 4 % 2 == 0 ? L"query" : L"update", &code)) {
         family.read(sensor);
         family.close(sensor);
     }

@@ -228,7 +228,8 @@ inline const std::byte* fromCache(const _TELD_Sensor& sensor, std::byte* copy, s
 // The next header of the file or, with a block cache, of the cached record; what it says is the base of the
 // beams that follow. `profile` is its number, 0 when it is not known.
 template <class Traits>
-Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, ProfileHeader& header) {
+Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, ProfileHeader& header,
+                std::size_t together = 0) {
     ProfileState& state = profileState(sensor);
     state.profile = 0;
     state.common.needSeek = 1;
@@ -236,7 +237,7 @@ Step takeHeader(_TELD_Sensor& sensor, std::uint32_t profile, bool cached, Profil
         const std::int64_t offset = sensor.state->file.position();
         std::array<std::byte, sizeof state.buffer> copy;
         const std::byte* bytes = cached ? fromCache(sensor, copy.data(), headerLayout.size)
-                                        : sensor.state->file.read(headerLayout.size);
+                                        : sensor.state->file.readWith(headerLayout.size, together);
         if (!bytes) return Step::readHeader;
         ProfileHeader decoded;
         const Step step =
@@ -299,7 +300,8 @@ private:
 
 // The header of a profile by number, straight from the file.
 template <class Traits>
-Step seekHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, int& indexCode) {
+Step seekHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& header, int& indexCode,
+                std::size_t together = 0) {
     std::int32_t offset = 0;
     indexCode = TmIdxMapIndexToByteOffset(&sensor, profile, &offset);
     if (indexCode != codes::success) return Step::mapIndex;
@@ -307,7 +309,7 @@ Step seekHeader(_TELD_Sensor& sensor, std::uint32_t profile, ProfileHeader& head
         profileState(sensor).refusedOffset = offset;
         return Step::seekHeader;
     }
-    return takeHeader<Traits>(sensor, profile, false, header);
+    return takeHeader<Traits>(sensor, profile, false, header, together);
 }
 
 // The header of a profile by number, from the block cache where there is one.
@@ -381,7 +383,13 @@ template <class Traits>
 Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, int& indexCode) {
     ProfileState& state = profileState(sensor);
     ProfileHeader header;
-    const Step step = seekHeader<Traits>(sensor, profile, header, indexCode);
+    // A beam that is not far from its header comes with it: copying the ones between costs less than a second
+    // call.
+    constexpr std::size_t near = 4096;
+    const std::uint64_t both =
+        headerSize<Traits>(state.version) + std::uint64_t{beam} * beamSize<Traits>(state.version);
+    const Step step = seekHeader<Traits>(sensor, profile, header, indexCode,
+                                         both <= near ? static_cast<std::size_t>(both) : 0);
     if (step != Step::done) return step;
     if constexpr (Traits::testsStartBeam) {
         if (state.startBeam < 1) return Step::startBeamBelow;

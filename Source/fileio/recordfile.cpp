@@ -37,7 +37,7 @@ bool RecordFile::reserve(std::size_t size) {
     return true;
 }
 
-const std::byte* RecordFile::readBeyond(std::size_t size) {
+const std::byte* RecordFile::readBeyond(std::size_t size, std::size_t together) {
     errno = 0; // what it says behind a short read is of this read
     if (pending_ != 0 && !flushPending()) return nullptr;
     // Whoever goes on where the window ends is reading in order and gets more each time; whoever jumps gets
@@ -45,7 +45,7 @@ const std::byte* RecordFile::readBeyond(std::size_t size) {
     const bool inOrder =
         windowSize_ > 0 && position_ > windowStart_ && position_ <= windowStart_ + windowSize_;
     readAhead_ = inOrder ? std::clamp(readAhead_ * 4, firstReadAhead, largestReadAhead) : 0;
-    const std::size_t wanted = std::max(size, readAhead_);
+    const std::size_t wanted = std::max({size, readAhead_, together});
     windowSize_ = 0;
     if (!reserve(wanted)) return nullptr;
     std::size_t got = 0;

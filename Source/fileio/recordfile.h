@@ -43,7 +43,13 @@ public:
     // on success.
     const std::byte* read(std::size_t size) {
         const std::byte* const bytes = take(size);
-        return bytes ? bytes : readBeyond(size);
+        return bytes ? bytes : readBeyond(size, 0);
+    }
+    // As `read`, for who will want some of what follows: a read of the file takes that many bytes into the
+    // window.
+    const std::byte* readWith(std::size_t size, std::size_t together) {
+        const std::byte* const bytes = take(size);
+        return bytes ? bytes : readBeyond(size, together);
     }
 
     // As `read`, of what is in the window already; null for all else, and the position is left.
@@ -84,7 +90,7 @@ public:
     std::int64_t size() const noexcept;
 
 private:
-    const std::byte* readBeyond(std::size_t size);
+    const std::byte* readBeyond(std::size_t size, std::size_t together);
     bool appendBeyond(const void* bytes, std::size_t size);
     bool flushPending() noexcept;
     bool reserve(std::size_t size);
