@@ -144,7 +144,7 @@ Plan makePlan(const Options& options) {
     for (const std::string& name : options.sensors)
         addSensors(plan.sensors, name);
     std::ranges::sort(plan.sensors);
-    plan.sensors.erase(std::ranges::unique(plan.sensors).begin(), plan.sensors.end());
+    plan.sensors.erase(std::unique(plan.sensors.begin(), plan.sensors.end()), plan.sensors.end());
 
     constexpr double usualRate = 10.0;
     constexpr double fastRate = 100.0;
