@@ -161,4 +161,51 @@ TEST_F(SkarContacts, WithTextsThatAreTooLongAreRefused) {
 
 } // namespace
 
+TEST_F(SkarContacts, AreCountedByInfoAndNoOtherFile) {
+    write(head + point + "rubbish\n" + line2);
+    const Outcome outcome = runSkar("info --json " + line.string());
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const Json json = outcome.json();
+    EXPECT_EQ(json["contacts"]["count"], 2);
+    EXPECT_EQ(json["contacts"]["version"], 4);
+    EXPECT_EQ(json["contacts"]["unreadable"], 1);
+    EXPECT_TRUE(json["otherFiles"].empty()) << json["otherFiles"];
+    const Outcome text = runSkar("info " + line.string());
+    EXPECT_NE(text.out.find("Contacts  2, file of version 4"), std::string::npos) << text.out;
+    EXPECT_NE(text.out.find("1 more that do not decode"), std::string::npos) << text.out;
+    write("no head");
+    EXPECT_EQ(runSkar("info " + line.string()).status, 1);
+}
+
+TEST_F(SkarContacts, AreCheckedLineByLine) {
+    write(head + point + line2);
+    Outcome outcome = runSkar("check " + line.string());
+    EXPECT_EQ(outcome.status, 0) << outcome.out;
+    EXPECT_NE(outcome.out.find("1 sensor checked: 0 errors, 0 warnings"), std::string::npos) << outcome.out;
+
+    write(head + point + "rubbish\n" + point);
+    const Json json = runSkar("check --json " + line.string()).json();
+    EXPECT_EQ(json["errors"], 1);
+    EXPECT_EQ(json["warnings"], 1);
+    ASSERT_EQ(json["findings"].size(), 2U);
+    EXPECT_EQ(json["findings"][0]["code"], "contact-line");
+    EXPECT_EQ(json["findings"][0]["offset"], head.size() + point.size());
+    EXPECT_EQ(json["findings"][1]["code"], "contact-number");
+    EXPECT_EQ(json["findings"][1]["offset"], head.size() + point.size() + 8);
+
+    write("one line");
+    outcome = runSkar("check " + line.string());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.out.find("contact-head"), std::string::npos) << outcome.out;
+    write("");
+    EXPECT_EQ(runSkar("check " + line.string()).status, 1);
+}
+
+TEST_F(SkarContacts, OfEndlessAndBinaryLinesAreFindings) {
+    write(head + std::string(100000, 'x'));
+    EXPECT_EQ(runSkar("check " + line.string()).status, 1);
+    write(head + std::string("\0\x01\xFF,\0,\n", 8));
+    EXPECT_EQ(runSkar("check " + line.string()).status, 1);
+}
+
 } // namespace skar::test

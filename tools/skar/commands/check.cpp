@@ -2,6 +2,7 @@
 
 #include "attributefile.h"
 #include "check/attributecheck.h"
+#include "check/contactcheck.h"
 #include "commands/output.h"
 
 #include <fmt/format.h>
@@ -120,6 +121,8 @@ int run(const Options& options, const Common& common) {
         checkOne(name,
                  [&](Progress& progress) { return check::checkAttributes(line, name, report, progress); });
     leaveOutAttributeFiles(unchecked, attributes);
+    if (std::erase(unchecked, check::contactFile) != 0)
+        checkOne(check::contactFile, [&](Progress&) { return check::checkContacts(line, report); });
 
     if (common.json)
         printJson(toJson(line, sets, report, unchecked));

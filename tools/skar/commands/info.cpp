@@ -2,6 +2,7 @@
 
 #include "commands/infoattributes.h"
 #include "commands/output.h"
+#include "contactlist.h"
 #include "families.h"
 #include "progress.h"
 #include "timetext.h"
@@ -263,9 +264,49 @@ void printScans(const std::vector<SensorInfo>& sensors) {
     table.print();
 }
 
+struct ContactInfo {
+    std::string failure; // the rest is empty then
+    int version = 0;
+    std::size_t count = 0;
+    std::size_t unreadable = 0;
+    std::string colourMap;
+};
+
+// Nothing where the line has no file of them.
+std::optional<ContactInfo> inspectContacts(const LinePath& line) {
+    ContactInfo info;
+    try {
+        ContactList list(line);
+        if (!list.isPresent()) return std::nullopt;
+        info.version = list.version();
+        info.count = list.contacts().size();
+        info.unreadable = list.unreadable();
+        info.colourMap = list.colourMap();
+    } catch (const ToolError& error) {
+        info.failure = error.what();
+    }
+    return info;
+}
+
+void printContacts(const std::optional<ContactInfo>& contacts) {
+    if (!contacts || !contacts->failure.empty()) return;
+    fmt::print("\nContacts  {}, file of version {}", contacts->count, contacts->version);
+    if (!contacts->colourMap.empty()) fmt::print(", colour map {}", printable(contacts->colourMap));
+    if (contacts->unreadable != 0) fmt::print(", {} more that do not decode", contacts->unreadable);
+    fmt::print("\n");
+}
+
+Json contactsJson(const ContactInfo& contacts) {
+    if (!contacts.failure.empty()) return {{"failure", contacts.failure}};
+    return {{"count", contacts.count},
+            {"version", contacts.version},
+            {"colourMap", contacts.colourMap},
+            {"unreadable", contacts.unreadable}};
+}
+
 void printText(const LinePath& line, const std::vector<SensorInfo>& sensors,
-               const std::vector<AttributeInfo>& attributes, const std::vector<std::string>& others,
-               bool full) {
+               const std::vector<AttributeInfo>& attributes, const std::optional<ContactInfo>& contacts,
+               const std::vector<std::string>& others, bool full) {
     fmt::print("Line     {}\n", printable(line.native.string()));
     fmt::print("Project  {}\nVessel   {}\nDay      {}\nName     {}\n\n", printable(line.project()),
                printable(line.vessel()), printable(line.day()), printable(line.name()));
@@ -279,6 +320,7 @@ void printText(const LinePath& line, const std::vector<SensorInfo>& sensors,
         printSegments(sensors);
     }
     printAttributes(attributes);
+    printContacts(contacts);
     if (!others.empty()) {
         fmt::print("\nOther files\n");
         for (const std::string& name : others)
@@ -381,6 +423,8 @@ int run(const Options& options, const Common& common) {
     for (const std::string& name : names)
         attributes.push_back(inspectAttributes(line, name, options.full, common));
     leaveOutAttributeFiles(others, names);
+    const std::optional<ContactInfo> contacts = inspectContacts(line);
+    if (contacts) std::erase(others, "Contact");
 
     if (common.json) {
         Json json = {{"line", line.native.string()}, {"project", line.project()},
@@ -390,9 +434,10 @@ int run(const Options& options, const Common& common) {
         for (const SensorInfo& sensor : sensors)
             json["sensors"].push_back(sensorJson(sensor));
         json["attributeFiles"] = attributesJson(attributes);
+        if (contacts) json["contacts"] = contactsJson(*contacts);
         printJson(json);
     } else {
-        printText(line, sensors, attributes, others, options.full);
+        printText(line, sensors, attributes, contacts, others, options.full);
     }
 
     std::vector<std::string> failures;
@@ -400,6 +445,7 @@ int run(const Options& options, const Common& common) {
         failures.push_back(sensor.failure);
     for (const AttributeInfo& file : attributes)
         failures.push_back(file.failure);
+    if (contacts) failures.push_back(contacts->failure);
     std::erase(failures, "");
     for (const std::string& failure : failures)
         printError(failure + "; skar check says more");
