@@ -18,12 +18,25 @@ inline constexpr std::uint32_t fileTypeData = 1;
 inline constexpr std::uint32_t fileTypeLineSegments = 2;
 inline constexpr std::uint32_t fileTypeTmIdx = 3;
 
+// What a profile's header said when a read by number went there.
+struct VisitedProfile {
+    std::uint32_t profile = 0; // 0 for none
+    std::uint32_t numDepths = 0;
+    std::uint32_t startBeam = 0;
+    std::uint32_t status = 0;
+    std::int64_t offset = 0;
+    double time = 0.0;
+    double latitude = 0.0;
+    double longitude = 0.0;
+};
+
 struct HandleState {
     explicit HandleState(std::FILE* dataFile) : file(dataFile) {}
 
     RecordFile file;
     TimeIndexStore index;
     std::array<std::vector<std::byte>, 4> samples; // of the ping read last, in the imagery families
+    std::vector<VisitedProfile> visited; // at its number modulo the size; empty until reads jump about
 };
 
 // Makes sure that the time index has room for the record that goes to the present position of the file. 0, or

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cfloat>
 #include <cstring>
+#include <new>
 #include <vector>
 
 // Reading, writing and updating of the families whose file is a run of profiles (pings), each a header
@@ -378,19 +379,63 @@ Step ensureUpdated(_TELD_Sensor& sensor, std::uint32_t profile, int& indexCode) 
     return step;
 }
 
+// Takes the header of a profile from memory where a read by number has been there before: one that looks at
+// beams here and there reads each header once. Headers never change under a handle that only reads.
+inline bool recallHeader(const _TELD_Sensor& sensor, std::uint32_t profile) {
+    const auto& visited = sensor.state->visited;
+    if (visited.empty()) return false;
+    const VisitedProfile& known = visited[profile % visited.size()];
+    if (known.profile != profile) return false;
+    ProfileState& state = profileState(sensor);
+    state.time = known.time;
+    state.latitude = known.latitude;
+    state.longitude = known.longitude;
+    state.numDepths = known.numDepths;
+    state.startBeam = known.startBeam;
+    state.profile = profile;
+    state.profileOffset = known.offset;
+    state.profileStatus = known.status;
+    state.common.needSeek = 1;
+    return true;
+}
+
+// Keeps the header that was just taken. `before` is the profile that was read until then: who goes on to the
+// next one does not come back.
+inline void rememberHeader(const _TELD_Sensor& sensor, std::uint32_t before) {
+    constexpr std::size_t mostVisited = 16384;
+    const ProfileState& state = profileState(sensor);
+    auto& visited = sensor.state->visited;
+    if (sensor.accessType != TELD_QUERY) return;
+    if (visited.empty()) {
+        if (before == 0 || state.profile == before + 1) return;
+        try {
+            visited.resize(mostVisited);
+        } catch (const std::bad_alloc&) {
+            return;
+        }
+    }
+    visited[state.profile % visited.size()] = {state.profile,       state.numDepths,     state.startBeam,
+                                               state.profileStatus, state.profileOffset, state.time,
+                                               state.latitude,      state.longitude};
+}
+
 // Positions the file at a beam that is not the next one.
 template <class Traits>
 Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, int& indexCode) {
     ProfileState& state = profileState(sensor);
-    ProfileHeader header;
-    // A beam that is not far from its header comes with it: copying the ones between costs less than a second
-    // call.
-    constexpr std::size_t near = 4096;
-    const std::uint64_t both =
-        headerSize<Traits>(state.version) + std::uint64_t{beam} * beamSize<Traits>(state.version);
-    const Step step = seekHeader<Traits>(sensor, profile, header, indexCode,
-                                         both <= near ? static_cast<std::size_t>(both) : 0);
-    if (step != Step::done) return step;
+    const std::size_t size = headerSize<Traits>(state.version);
+    if (!recallHeader(sensor, profile)) {
+        ProfileHeader header;
+        // A beam that is not far from its header comes with it: copying the ones between costs less than a
+        // second call.
+        constexpr std::size_t near = 4096;
+        const std::uint64_t both = size + std::uint64_t{beam} * beamSize<Traits>(state.version);
+        const std::uint32_t before = state.profile;
+        const Step step = seekHeader<Traits>(sensor, profile, header, indexCode,
+                                             both <= near ? static_cast<std::size_t>(both) : 0);
+        if (step != Step::done) return step;
+        rememberHeader(sensor, before);
+    }
     if constexpr (Traits::testsStartBeam) {
         if (state.startBeam < 1) return Step::startBeamBelow;
         // Held against the count and not against the last beam, which shuts out profiles that begin late.
@@ -399,8 +444,8 @@ Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, i
     if (beam < state.startBeam || beam - state.startBeam >= state.numDepths) return Step::beamRange;
     const auto ahead = static_cast<std::int64_t>(beam - state.startBeam) *
                        static_cast<std::int64_t>(beamSize<Traits>(state.version));
-    RecordFile& file = sensor.state->file;
-    return file.seek(file.position() + ahead) ? Step::done : Step::seekBeam;
+    const std::int64_t place = state.profileOffset + static_cast<std::int64_t>(size) + ahead;
+    return sensor.state->file.seek(place) ? Step::done : Step::seekBeam;
 }
 
 // What a read of a beam in passing has to look at once: where a decoded record also goes, null where the file
