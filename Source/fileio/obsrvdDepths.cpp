@@ -178,7 +178,7 @@ int toCode(_TELD_Sensor* sensor) {
         BOOST_THROW_EXCEPTION(errors::failure<SKAR::ObsDepthReadError>(
             "errorMessages/SKARio/ObservedDepths/freadDepthFailed", SKAR::stdio_error_info(errno)));
     if (step != Step::done) return family.code(Offset::decode);
-    startRun<ObservedTraits>(*sensor);
+    startRun<ObservedTraits>(*sensor, 0);
     *time = depth.time;
     *y = depth.y;
     *x = depth.x;

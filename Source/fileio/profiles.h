@@ -87,6 +87,8 @@ struct ProfileState {
     // Of the run of beams that is read: the file's seeks when it began, and where a decoded record also goes,
     // null where readers have to look closer.
     std::uint32_t run;
+    std::uint32_t runEnd; // behind the last beam that may be read by number; 0 for none
+    std::int64_t runPosition;
     std::byte* runCopy;
 };
 inline ProfileState& profileState(const _TELD_Sensor& sensor) {
@@ -450,13 +452,17 @@ Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, i
 
 // What a read of a beam in passing has to look at once: where a decoded record also goes, null where the file
 // is of an older version, a block cache has a say or the stream has no room.
+// `end` is the number behind the last beam that may be read by number, 0 where beams are read in the order of
+// the file.
 template <class Traits>
-void startRun(const _TELD_Sensor& sensor) {
+void startRun(const _TELD_Sensor& sensor, std::uint32_t end) {
     ProfileState& state = profileState(sensor);
     const RecordSpan span = recordSpan(sensor.decodeXDRStream, XDR_DECODE);
     const bool plain = state.version == Traits::written && !cacheOf(sensor) && span.size >= Traits::beam.size;
     state.runCopy = plain ? span.bytes : nullptr;
+    state.runEnd = plain ? end : 0;
     state.run = sensor.state->file.seeks();
+    state.runPosition = sensor.state->file.position();
 }
 
 template <class Traits>
@@ -470,40 +476,28 @@ Step readBeamElsewhere(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_
     state.common.needSeek = 0;
     state.common.seeksSeen = sensor.state->file.seeks();
     state.beam = beam;
-    startRun<Traits>(sensor);
+    startRun<Traits>(sensor, state.startBeam + state.numDepths);
     return step;
 }
 
-// The bytes of the next beam of the run if they are in the window already. Null when there is more to it, and
-// nothing has changed then.
-template <class Traits>
-[[gnu::always_inline]] inline const std::byte* takeFromRun(const _TELD_Sensor& sensor,
-                                                           const ProfileState& state) {
-    RecordFile& file = sensor.state->file;
-    if (file.seeks() != state.run || !state.runCopy) [[unlikely]]
-        return nullptr;
-    const std::byte* bytes = file.take(Traits::beam.size);
-    if (!bytes) [[unlikely]]
-        return nullptr;
-    std::memcpy(state.runCopy, bytes, Traits::beam.size);
-    return bytes;
-}
-
 // The beam behind the one that was read last by number: what that one has passed holds for this one too. Null
-// when it is another, to be read by readBeam.
+// when it is another or not in the window, to be read by readBeam; nothing has changed then.
 template <class Traits>
 [[gnu::always_inline]] inline const std::byte* nextOfRun(_TELD_Sensor* sensor, std::uint32_t profile,
                                                          std::uint32_t beam) {
     if (!sensor || sensor->sensorType != Traits::family.storedType || !sensor->pReadStruct) [[unlikely]]
         return nullptr;
     ProfileState& state = profileState(*sensor);
-    if (beam != state.beam + 1 || profile != state.profile || state.common.needSeek ||
-        beam - state.startBeam >= state.numDepths) [[unlikely]]
+    RecordFile& file = sensor->state->file;
+    if (beam != state.beam + 1 || profile != state.profile || beam >= state.runEnd ||
+        !file.isAt(state.runPosition)) [[unlikely]]
         return nullptr;
-    const std::byte* bytes = takeFromRun<Traits>(*sensor, state);
+    const std::byte* bytes = file.take(Traits::beam.size);
     if (!bytes) [[unlikely]]
         return nullptr;
+    std::memcpy(state.runCopy, bytes, Traits::beam.size);
     state.beam = beam;
+    state.runPosition += static_cast<std::int64_t>(Traits::beam.size);
     return bytes;
 }
 
@@ -515,9 +509,14 @@ template <class Traits>
         sensor->accessType != TELD_QUERY) [[unlikely]]
         return nullptr;
     ProfileState& state = profileState(*sensor);
-    const std::byte* bytes = takeFromRun<Traits>(*sensor, state);
-    if (bytes) [[likely]]
-        state.common.needSeek = 1;
+    RecordFile& file = sensor->state->file;
+    if (file.seeks() != state.run || !state.runCopy) [[unlikely]]
+        return nullptr;
+    const std::byte* bytes = file.take(Traits::beam.size);
+    if (!bytes) [[unlikely]]
+        return nullptr;
+    std::memcpy(state.runCopy, bytes, Traits::beam.size);
+    state.common.needSeek = 1;
     return bytes;
 }
 
@@ -537,10 +536,12 @@ Step readBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, t
         return Step::beamRange;
     }
     const Step step = takeBeam<Traits>(sensor, false, result);
-    if (step != Step::done) [[unlikely]]
+    if (step != Step::done) {
         state.common.needSeek = 1;
-    else
-        state.beam = beam;
+        return step;
+    }
+    state.beam = beam;
+    startRun<Traits>(sensor, state.startBeam + state.numDepths);
     return step;
 }
 

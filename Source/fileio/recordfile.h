@@ -52,6 +52,8 @@ public:
         return bytes ? bytes : readBeyond(size, together);
     }
 
+    // Whether nothing has moved the file from there; not for files that are appended to.
+    bool isAt(std::int64_t position) const noexcept { return position_ == position; }
     // As `read`, of what is in the window already; null for all else, and the position is left.
     [[gnu::always_inline]] const std::byte* take(std::size_t size) noexcept {
         const std::int64_t ahead = position_ - windowStart_;

@@ -322,7 +322,7 @@ int SLRangeReadSeq(_TELD_Sensor* sensor, double* time, double* range, double* tr
         const Step step = takeBeam<SlantRangeTraits>(*sensor, false, read);
         profileState(*sensor).common.needSeek = 1;
         if (step != Step::done) return codeOfStep(readSteps, step, 0);
-        startRun<SlantRangeTraits>(*sensor);
+        startRun<SlantRangeTraits>(*sensor, 0);
     }
     *time = read.time;
     *range = read.range;
