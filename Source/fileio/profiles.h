@@ -383,9 +383,10 @@ Step ensureUpdated(_TELD_Sensor& sensor, std::uint32_t profile, int& indexCode) 
 
 // Takes the header of a profile from memory where a read by number has been there before: one that looks at
 // beams here and there reads each header once. Headers never change under a handle that only reads.
-inline bool recallHeader(const _TELD_Sensor& sensor, std::uint32_t profile) {
+inline bool recallHeader(const _TELD_Sensor& sensor, std::uint32_t profile, std::size_t size) {
     const auto& visited = sensor.state->visited;
-    if (visited.empty()) return false;
+    // A stream without room for a header has to be told as one.
+    if (visited.empty() || recordSpan(sensor.decodeXDRStream, XDR_DECODE).size < size) return false;
     const VisitedProfile& known = visited[profile % visited.size()];
     if (known.profile != profile) return false;
     ProfileState& state = profileState(sensor);
@@ -426,7 +427,7 @@ template <class Traits>
 Step seekBeam(_TELD_Sensor& sensor, std::uint32_t profile, std::uint32_t beam, int& indexCode) {
     ProfileState& state = profileState(sensor);
     const std::size_t size = headerSize<Traits>(state.version);
-    if (!recallHeader(sensor, profile)) {
+    if (!recallHeader(sensor, profile, size)) {
         ProfileHeader header;
         // A beam that is not far from its header comes with it: copying the ones between costs less than a
         // second call.
