@@ -83,6 +83,52 @@ TEST_F(ObservedDepthsUpdates, OneCostsAWriteAndAtMostTwoReads) {
     EXPECT_EQ(0, ObservedDepthsClose(sensor));
 }
 
+// Headers of pings that a reader has been to are kept; each beam counts from its own all the same.
+TEST_F(ObservedDepthsUpdates, ReadsHereAndThereCountFromTheRightPing) {
+    const Line here;
+    const std::wstring path = here.path();
+    constexpr std::uint32_t pings = 3, beams = 400;
+    std::uint32_t code = 77;
+    _TELD_Sensor* sensor = ObservedDepthsOpenDir(path.c_str(), L"create", &code);
+    ASSERT_NE(nullptr, sensor);
+    ObservedDepthsBgnSeqWriteSummary(sensor, 0);
+    ObservedDepthsBgnSeqWriteLineSegment(sensor, L"raw");
+    for (std::uint32_t ping = 1; ping <= pings; ++ping) {
+        ObservedDepthsBgnSeqWriteProfile(sensor, beams, 1, 1e9 + ping, 0.5, 0.25, 0);
+        for (std::uint32_t beam = 1; beam <= beams; ++beam)
+            ObservedDepthsSeqWrite(sensor, 1e9 + ping, beam, 0.0, ping * 1000.0 + beam, 0.0, beam << 16);
+        ObservedDepthsEndSeqWriteProfile(sensor);
+    }
+    ObservedDepthsEndSeqWriteLineSegment(sensor, 0);
+    ObservedDepthsEndSeqWriteSummary(sensor, 0);
+    ASSERT_EQ(0, ObservedDepthsClose(sensor));
+
+    sensor = ObservedDepthsOpenDir(path.c_str(), L"query", &code);
+    ASSERT_NE(nullptr, sensor);
+    const auto expectBeam = [&](std::uint32_t ping, std::uint32_t beam) {
+        double time = 0.0, y = 0.0, x = 0.0, z = 0.0;
+        std::uint32_t status = 0;
+        ASSERT_EQ(0, ObservedDepthsRead(sensor, ping, beam, &time, &y, &x, &z, nullptr, &status));
+        EXPECT_EQ(1e9 + ping, time);
+        EXPECT_EQ(beam, y);
+        EXPECT_EQ(ping * 1000.0 + beam, z);
+        EXPECT_EQ(beam << 16, status);
+    };
+    expectBeam(1, 399);
+    for (const std::uint32_t ping : {3u, 1u, 2u})
+        expectBeam(ping, 350);
+    for (const auto& [ping, beam] : {std::pair{1u, 398u}, {3u, 300u}, {2u, 377u}, {1u, 300u}}) {
+        expectBeam(ping, beam);
+        expectBeam(ping, beam + 1);
+    }
+    double time = 0.0;
+    EXPECT_EQ(5000219,
+              ObservedDepthsRead(sensor, 2, 401, &time, nullptr, nullptr, nullptr, nullptr, nullptr));
+    expectBeam(2, 400);
+    expectBeam(3, 1);
+    EXPECT_EQ(0, ObservedDepthsClose(sensor));
+}
+
 } // namespace
 
 TEST_F(ObservedDepthsUpdates, ChangeTheirWordsAndNoOther) {
