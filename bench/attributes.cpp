@@ -10,7 +10,6 @@
 #include <fcntl.h>
 #include <memory>
 #include <random>
-#include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
 
@@ -25,21 +24,14 @@
 // per record.
 namespace {
 
-using skarbench::ScratchLine;
+using namespace skarbench;
 using SKARIOAttributes::dataValue;
 
-constexpr std::size_t blockSize = 1 << 20;
 constexpr double firstTime = 1.0e9;
 
 std::uint32_t records() {
-    static const char* wanted = std::getenv("SKAR_BENCH_RECORDS");
-    static const auto count =
-        static_cast<std::uint32_t>(wanted ? std::strtoul(wanted, nullptr, 10) : 5'000'000);
+    static const std::uint32_t count = sizeFrom("SKAR_BENCH_RECORDS", 5'000'000);
     return count;
-}
-
-std::uint32_t big(std::uint32_t word) {
-    return __builtin_bswap32(word);
 }
 
 std::unique_ptr<SKARDataFile> opened(std::unique_ptr<SKARDataFile> file, long status) {
@@ -155,19 +147,14 @@ struct Index {
 template <class Kind>
 const ScratchLine& line() {
     static ScratchLine scratch;
-    // In a process of its own, so that the memory of the writing does not serve the reading.
     static const bool written = [] {
-        const pid_t writer = fork();
-        if (writer == 0) {
+        writeApart([] {
             auto file = Kind::created(scratch);
             Kind::write(*file);
-            file.reset();
-            _exit(0);
-        }
-        int status = 1;
-        return waitpid(writer, &status, 0) == writer && status == 0;
+        });
+        return true;
     }();
-    if (!written) std::abort();
+    static_cast<void>(written);
     return scratch;
 }
 
@@ -176,11 +163,6 @@ std::string dataPath() {
     return line<Kind>().file(Kind::name);
 }
 
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
 // Where the first record stands.
 template <class Kind>
 std::size_t firstRecord() {
@@ -188,10 +170,6 @@ std::size_t firstRecord() {
     std::uint32_t head[5];
     if (std::fread(head, sizeof head, 1, file.get()) != 1) std::abort();
     return 16 + big(head[4]);
-}
-
-void count(benchmark::State& state, std::uint64_t items) {
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * items));
 }
 
 const std::vector<std::uint32_t>& randomNumbers() {
@@ -362,14 +340,6 @@ void floorWrite(benchmark::State& state) {
         state.ResumeTiming();
     }
     count(state, records());
-}
-
-// Resident bytes of this process.
-double residentBytes() {
-    const File status(std::fopen("/proc/self/statm", "r"));
-    long size = 0, resident = 0;
-    if (std::fscanf(status.get(), "%ld %ld", &size, &resident) != 2) return 0;
-    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE));
 }
 
 template <class Kind>

@@ -23,7 +23,7 @@
 // are ns per ping.
 namespace {
 
-using skarbench::ScratchLine;
+using namespace skarbench;
 
 constexpr std::size_t headWords = 17;
 constexpr std::size_t headSize = 4 * headWords;
@@ -31,19 +31,14 @@ constexpr std::size_t samplesPerSide = 4000;
 constexpr std::size_t sideSize = 2 * samplesPerSide;
 constexpr std::size_t pingSize = headSize + 2 * sideSize;
 constexpr std::size_t firstPing = 44;
-constexpr std::size_t blockSize = 1 << 20;
 constexpr double firstTime = 1.0e9;
 constexpr std::uint32_t twoBytes = 0x40000000;
 
 std::uint32_t pings() {
-    static const char* wanted = std::getenv("SKAR_BENCH_PINGS");
-    static const auto count = static_cast<std::uint32_t>(wanted ? std::strtoul(wanted, nullptr, 10) : 20'000);
+    static const std::uint32_t count = sizeFrom("SKAR_BENCH_PINGS", 20'000);
     return count;
 }
 
-std::uint32_t big(std::uint32_t word) {
-    return __builtin_bswap32(word);
-}
 double timeOf(std::uint32_t i) {
     return firstTime + i * 0.1;
 }
@@ -84,30 +79,11 @@ void writeLine(const ScratchLine& scratch, std::uint32_t count) {
     if (SSSClose(sensor.release())) std::abort();
 }
 
-// In a process of its own, so that the memory of the writing does not serve the reading.
-void writeApart(const ScratchLine& scratch, std::uint32_t count) {
-    const pid_t writer = fork();
-    if (writer == 0) {
-        writeLine(scratch, count);
-        _exit(0);
-    }
-    int status = 1;
-    if (waitpid(writer, &status, 0) != writer || status != 0) std::abort();
-}
 const ScratchLine& line() {
     static ScratchLine scratch;
-    static const bool written = (writeApart(scratch, pings()), true);
+    static const bool written = (writeApart([] { writeLine(scratch, pings()); }), true);
     static_cast<void>(written);
     return scratch;
-}
-
-struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-void count(benchmark::State& state) {
-    state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * pings()));
 }
 
 using Head = std::array<std::uint32_t, headWords>;
@@ -141,7 +117,7 @@ void floorRead(benchmark::State& state) {
         }
         close(file);
     }
-    count(state);
+    count(state, pings());
 }
 
 void stdioRead(benchmark::State& state) {
@@ -161,7 +137,7 @@ void stdioRead(benchmark::State& state) {
             benchmark::ClobberMemory();
         }
     }
-    count(state);
+    count(state, pings());
 }
 
 template <class Place>
@@ -194,7 +170,7 @@ void readProfile(benchmark::State& state) {
             benchmark::DoNotOptimize(port);
         }
     }
-    count(state);
+    count(state, pings());
 }
 
 void readProfile2(benchmark::State& state) {
@@ -204,7 +180,7 @@ void readProfile2(benchmark::State& state) {
         for (std::uint32_t i = 1; i <= pings(); ++i)
             if (readPing<void*>(sensor.get(), i, port.data(), starboard.data())) std::abort();
     }
-    count(state);
+    count(state, pings());
 }
 
 void libraryWrite(benchmark::State& state) {
@@ -217,7 +193,7 @@ void libraryWrite(benchmark::State& state) {
         scratch.reset();
         state.ResumeTiming();
     }
-    count(state);
+    count(state, pings());
 }
 
 Head headOf(std::uint32_t i) {
@@ -249,7 +225,7 @@ void stdioWrite(benchmark::State& state) {
         scratch.reset();
         state.ResumeTiming();
     }
-    count(state);
+    count(state, pings());
 }
 
 void floorWrite(benchmark::State& state) {
@@ -277,7 +253,7 @@ void floorWrite(benchmark::State& state) {
         scratch.reset();
         state.ResumeTiming();
     }
-    count(state);
+    count(state, pings());
 }
 
 void updateStatus(benchmark::State& state) {
@@ -285,7 +261,7 @@ void updateStatus(benchmark::State& state) {
     for (auto _ : state)
         for (std::uint32_t i = 1; i <= pings(); ++i)
             if (SSSUpdateStatus(sensor.get(), i, twoBytes | 1)) std::abort();
-    count(state);
+    count(state, pings());
 }
 
 off_t offsetOf(std::uint32_t i) {
@@ -305,7 +281,7 @@ void stdioUpdate(benchmark::State& state) {
         }
         std::fflush(file.get());
     }
-    count(state);
+    count(state, pings());
 }
 
 void floorUpdate(benchmark::State& state) {
@@ -319,13 +295,13 @@ void floorUpdate(benchmark::State& state) {
         }
     }
     close(file);
-    count(state);
+    count(state, pings());
 }
 
 // The most resident memory of a process that reads a line of so many pings, in MiB.
 double peakOfReading(std::uint32_t number) {
     const ScratchLine scratch;
-    writeApart(scratch, number);
+    writeApart([&] { writeLine(scratch, number); });
     int ends[2];
     if (pipe(ends) != 0) std::abort();
     const pid_t reader = fork();

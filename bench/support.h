@@ -57,6 +57,14 @@ inline void count(benchmark::State& state, std::uint64_t items) {
     state.SetItemsProcessed(static_cast<std::int64_t>(state.iterations() * items));
 }
 
+// Resident bytes of this process.
+inline double residentBytes() {
+    const File status(std::fopen("/proc/self/statm", "r"));
+    long size = 0, resident = 0;
+    if (std::fscanf(status.get(), "%ld %ld", &size, &resident) != 2) return 0;
+    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE));
+}
+
 // A size from the environment.
 inline std::uint32_t sizeFrom(const char* variable, std::uint32_t usual) {
     const char* const wanted = std::getenv(variable);

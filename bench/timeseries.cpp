@@ -333,14 +333,6 @@ void readIndexIntoMemory(benchmark::State& state) {
     count(state, records());
 }
 
-// Resident bytes of this process.
-double residentBytes() {
-    const File status(std::fopen("/proc/self/statm", "r"));
-    long size = 0, resident = 0;
-    if (std::fscanf(status.get(), "%ld %ld", &size, &resident) != 2) return 0;
-    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE));
-}
-
 void openHandleMemory() {
     line();
     const double before = residentBytes();
