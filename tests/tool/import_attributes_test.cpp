@@ -178,25 +178,7 @@ constexpr IndexedFile indexedFiles[] = {
 class RealIndexes : public ToolTest, public testing::WithParamInterface<IndexedFile> {};
 
 TEST_P(RealIndexes, AreThoseThatAnIndependentReaderFinds) {
-    const char* named = std::getenv("SKAR_REAL_DATA");
-    const fs::path data =
-        named != nullptr ? fs::path(named) : fs::path(SKAR_SOURCE_DIR) / ".." / "shared" / "data";
-    const fs::path file = data / GetParam().name;
-    if (!fs::exists(file)) GTEST_SKIP() << file << " is not there; set SKAR_REAL_DATA to its folder";
-    if (std::system("python3 --version > /dev/null 2>&1") != 0) GTEST_SKIP() << "python3 is not there";
-
-    const Outcome imported = runSkar("import --line " + line.string() + " " + file.string());
-    ASSERT_TRUE(imported.status == 0 || imported.status == 3) << imported.err;
-    const fs::path found = folder / "compared";
-    const std::string command = std::string("python3 " SKAR_SOURCE_DIR "/tests/tool/independent_index.py ") +
-                                SKAR_COMMAND + " " + line.string() + " " + file.string() + " > " +
-                                found.string() + " 2>&1";
-    const int status = std::system(command.c_str());
-    const std::vector<std::uint8_t> bytes = bytesOf(found);
-    const std::string said(bytes.begin(), bytes.end());
-    EXPECT_EQ(status, 0) << said;
-    EXPECT_EQ(said, std::string(GetParam().compared) + "\n");
-    EXPECT_EQ(runSkar("check " + line.string()).status, 0);
+    expectIndependentReaderAgrees("independent_index.py", GetParam().name, GetParam().compared, true);
 }
 
 INSTANTIATE_TEST_SUITE_P(All, RealIndexes, testing::ValuesIn(indexedFiles), [](const auto& test) {

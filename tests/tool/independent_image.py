@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Compares the imagery of a line with the raw file that it was imported from. Both are read here byte by byte, without any
 code of the tool or the library. Prints what was compared; ends with status 1 at the first difference.
-Usage: independent_image.py LINE RAWFILE"""
+Usage: independent_image.py SKAR LINE RAWFILE (the command is not used)"""
 
 import datetime
 import os
@@ -133,4 +133,4 @@ def main(line, raw_path):
         min(everything), max(everything)))
 
 
-main(*sys.argv[1:])
+main(*sys.argv[2:])

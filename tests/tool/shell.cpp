@@ -91,6 +91,27 @@ ToolTest::~ToolTest() {
     fs::remove_all(folder, ignored);
 }
 
+void ToolTest::expectIndependentReaderAgrees(const char* script, const std::string& realFile,
+                                             const std::string& said, bool mayLose) {
+    const char* named = std::getenv("SKAR_REAL_DATA");
+    const fs::path data =
+        named != nullptr ? fs::path(named) : fs::path(SKAR_SOURCE_DIR) / ".." / "shared" / "data";
+    const fs::path file = data / realFile;
+    if (!fs::exists(file)) GTEST_SKIP() << file << " is not there; set SKAR_REAL_DATA to its folder";
+    if (std::system("python3 --version > /dev/null 2>&1") != 0) GTEST_SKIP() << "python3 is not there";
+
+    const Outcome imported = runSkar("import --line " + line.string() + " " + file.string());
+    ASSERT_TRUE(imported.status == 0 || (mayLose && imported.status == 3)) << imported.err;
+    const fs::path found = folder / "compared";
+    const std::string command = std::string("python3 " SKAR_SOURCE_DIR "/tests/tool/") + script +
+                                " " SKAR_COMMAND " " + line.string() + " " + file.string() + " > " +
+                                found.string() + " 2>&1";
+    const int status = std::system(command.c_str());
+    EXPECT_EQ(status, 0) << textOf(found);
+    EXPECT_EQ(textOf(found), said + "\n");
+    EXPECT_EQ(runSkar("check " + line.string()).status, 0);
+}
+
 void ToolTest::simulate(const std::string& options) {
     const Outcome outcome = runSkar("simulate " + line.string() + " " + options);
     ASSERT_EQ(outcome.status, 0) << outcome.err;

@@ -44,6 +44,11 @@ protected:
     ToolTest();
     ~ToolTest() override;
 
+    // Imports a real file, named below their folder, and compares the line by a script of this folder that
+    // reads the file without any code of the tool; `said` is what the script has to say. Skips where the
+    // files or python are not there.
+    void expectIndependentReaderAgrees(const char* script, const std::string& realFile,
+                                       const std::string& said, bool mayLose = false);
     // Simulates a short line with those further options and expects success.
     void simulate(const std::string& options = "--duration 60");
 
