@@ -121,6 +121,40 @@
     X(registryNoRoot, 5028601, "the project registry has no root element")                                   \
     X(registryWrongRoot, 5028602, "the file is not a project registry")                                      \
     X(registryNoFileName, 5028603, "the project registry has no file name")                                  \
+    X(vesselImportUnreadable, 5000401, "the vessel file is no XML, and no legacy vessel text with a navigation entry")\
+    X(vesselImportNoNavigation, 5000402, "the legacy vessel text has no list of navigation entries")         \
+    X(depthNotConfigured, 5000405, "the vessel has no depth entry in force at that time")                    \
+    X(waterlineTooEarly, 5000406, "the time is before the first waterline entry of the vessel")              \
+    X(waterlineNotConfigured, 5000407, "the vessel has no waterline entries")                                \
+    X(towedNotConfigured, 5000408, "the vessel has no towed sensor entries")                                 \
+    X(towedTooEarly, 5000409, "the time is before the first towed sensor entry of the vessel")               \
+    X(soundVelocityNotConfigured, 5000410, "the vessel has no sound velocity entries")                       \
+    X(soundVelocityTooEarly, 5000411, "the time is before the first sound velocity entry of the vessel")     \
+    X(gyroNotConfigured, 5000412, "the vessel has no gyro entries")                                          \
+    X(gyroTooEarly, 5000413, "the time is before the first gyro entry of the vessel")                        \
+    X(heaveNotConfigured, 5000414, "the vessel has no heave entries")                                        \
+    X(heaveTooEarly, 5000415, "the time is before the first heave entry of the vessel")                      \
+    X(navigationSensorNotConfigured, 5000416, "the vessel has no navigation entries")                        \
+    X(navigationSensorTooEarly, 5000417, "the time is before the first navigation entry of the vessel")      \
+    X(pitchNotConfigured, 5000418, "the vessel has no pitch entries")                                        \
+    X(pitchTooEarly, 5000419, "the time is before the first pitch entry of the vessel")                      \
+    X(rollNotConfigured, 5000420, "the vessel has no roll entries")                                          \
+    X(rollTooEarly, 5000421, "the time is before the first roll entry of the vessel")                        \
+    X(draftNotConfigured, 5000422, "the vessel has no draft entries")                                        \
+    X(draftTooEarly, 5000423, "the time is before the first draft entry of the vessel")                      \
+    X(notAVesselFile, 5100001, "the file is not a vessel file: wrong root element or no version")            \
+    X(vesselNoFileName, 5100002, "no name was given for the vessel file")                                    \
+    X(vesselNoSuchSensor, 5100003, "the vessel has no entries of this kind")                                 \
+    X(vesselXmlNode, 5100005, "an XML node or document could not be made")                                   \
+    X(vesselTooEarly, 5100006, "the time is before the first entry")                                         \
+    X(vesselNullEntry, 5100007, "the entry is null")                                                         \
+    X(vesselSameTime, 5100008, "there is an entry with this time stamp")                                     \
+    X(vesselEntryMissing, 5100009, "there is no entry with this time stamp")                                 \
+    X(vesselTimeText, 5100010, "the text of a time stamp is wrong")                                          \
+    X(transducerNumberZero, 5100100, "the number of a transducer is 0")                                      \
+    X(transducerNumberMissing, 5100101, "a transducer has no number")                                        \
+    X(startBeamZero, 5100102, "the start beam of a transducer is 0")                                         \
+    X(sensorClassUnknown, 5100103, "the class of a depth sensor is neither Swath nor Sweep")                 \
     X(withoutCode, 140054, "an exception that carries no code")
 
 #ifdef __cplusplus

@@ -28,6 +28,7 @@
 #include <skar/time.h>
 #include <skar/tpe.h>
 #include <skar/version.h>
+#include <skar/vesseltmidx.h>
 #include <skar/xml.h>
 
 #ifdef __cplusplus
@@ -42,6 +43,8 @@
 #include <skar/rmsfiles.h>
 #include <skar/sensortype.h>
 #include <skar/strings.h>
+#include <skar/vessel.h>
+#include <skar/vesselsensors.h>
 #endif
 
 #endif
