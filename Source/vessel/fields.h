@@ -5,6 +5,7 @@
 
 #include <skar/vesselsensors.h>
 
+#include <type_traits>
 #include <variant>
 
 // The fields of an entry as a table: each row says once where a member stands in the file and when it is
@@ -53,7 +54,8 @@ const char* yesNoText(bool flag);
 bool yesNoValue(std::string_view text);
 
 template <class Owner, std::size_t count>
-void loadFields(Owner& owner, const xmlNode* entry, const Field<Owner> (&fields)[count]) {
+void loadFields(std::type_identity_t<Owner>& owner, const xmlNode* entry,
+                const Field<Owner> (&fields)[count]) {
     for (const Field<Owner>& field : fields) {
         if (const auto* own = std::get_if<Rows<Owner>>(&field.member)) {
             own->load(owner, entry);
@@ -76,7 +78,8 @@ void loadFields(Owner& owner, const xmlNode* entry, const Field<Owner> (&fields)
 }
 
 template <class Owner, std::size_t count>
-void storeFields(const Owner& owner, xmlNode* entry, const Field<Owner> (&fields)[count]) {
+void storeFields(const std::type_identity_t<Owner>& owner, xmlNode* entry,
+                 const Field<Owner> (&fields)[count]) {
     for (const Field<Owner>& field : fields) {
         if (field.written != nullptr && !field.written(owner)) continue;
         if (const auto* own = std::get_if<Rows<Owner>>(&field.member)) {

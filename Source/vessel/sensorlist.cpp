@@ -49,6 +49,10 @@ const SKARVesselSensorConfig* SKARVesselSensorList::getNextConfig(const SKARVess
 long SKARVesselSensorList::add(Entry& entry) {
     if (entry.isNull()) return codes::vesselNullEntry;
     const double time = entry->getTimeStamp();
+    if (!entries.isEmpty() && getLastConfig()->getTimeStamp() < time) {
+        entries.append(std::move(entry));
+        return 0;
+    }
     for (const Entry& each : entries) {
         if (each->getTimeStamp() == time) return codes::vesselSameTime;
         if (each->getTimeStamp() > time) break;
