@@ -133,7 +133,7 @@ long SKARVessel::readRoot() {
         } else {
             auto list = std::make_unique<SKARVesselSensorList>();
             if (const long result = list->load(each); result != 0) return result;
-            if (!list->empty()) insertList(list->getFirstConfig()->getName(), List(std::move(list)));
+            if (!list->empty()) insertList(List(std::move(list)));
         }
     }
     modified = false;
@@ -141,7 +141,8 @@ long SKARVessel::readRoot() {
 }
 
 // Of two lists of a kind the first stays.
-void SKARVessel::insertList(const std::wstring& name, List&& list) {
+void SKARVessel::insertList(List&& list) {
+    const std::wstring name = firstOf(list)->getName();
     if (findSensorList(name.c_str()) != nullptr) return;
     sensors.insertBefore(
         [&name](const List& each) { return firstOf(each) != nullptr && name < firstOf(each)->getName(); },
@@ -227,10 +228,9 @@ long SKARVessel::addSensor(MORVAType<SKARVesselSensorConfig>& entry) {
     if (SKARVesselSensorList* list = findSensorList(entry->getName())) {
         if (const long result = list->add(entry); result != 0) return result;
     } else {
-        const std::wstring name = entry->getName();
         auto made = std::make_unique<SKARVesselSensorList>();
         if (const long result = made->add(entry); result != 0) return result;
-        insertList(name, List(std::move(made)));
+        insertList(List(std::move(made)));
     }
     modified = true;
     return 0;

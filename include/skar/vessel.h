@@ -229,7 +229,7 @@ private:
     long removeFrom(double time, const Kind& kind);
     template <class Kind>
     long removeList(const Kind& kind);
-    void insertList(const std::wstring& name, MORVAType<SKARVesselSensorList>&& list);
+    void insertList(MORVAType<SKARVesselSensorList>&& list);
 
     std::optional<std::wstring> fileName;
     SKARVesselMetaData metaData;
