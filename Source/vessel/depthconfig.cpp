@@ -235,24 +235,22 @@ long SKARDepthConfig::setSensorClass(const wchar_t* text) {
 
 const SKARTransducerConfig* SKARDepthConfig::getTransducer(std::uint32_t number, long& status) const {
     status = 0;
-    for (const SKARTransducerConfig& each : transducers) {
-        if (each.getTransducerNumber() == number) return &each;
-    }
-    return nullptr;
+    const auto found = byNumber.find(number);
+    return found == byNumber.end() ? nullptr : found->second;
 }
 
 long SKARDepthConfig::addTransducer(const SKARTransducerConfig& transducer) {
-    for (SKARTransducerConfig& each : transducers) {
-        if (each.getTransducerNumber() == transducer.getTransducerNumber()) {
-            each = transducer;
-            return 0;
-        }
+    SKARTransducerConfig*& place = byNumber[transducer.getTransducerNumber()];
+    if (place == nullptr) {
+        place = &transducers.append(transducer);
+    } else {
+        *place = transducer;
     }
-    transducers.append(transducer);
     return 0;
 }
 
 long SKARDepthConfig::removeTransducer(std::uint32_t number) {
+    if (byNumber.erase(number) == 0) return 0;
     transducers.removeIf(
         [number](const SKARTransducerConfig& each) { return each.getTransducerNumber() == number; });
     return 0;

@@ -2,10 +2,23 @@
 
 #include <skar/vesselsensors.h>
 
+#include <algorithm>
+#include <cmath>
 #include <cstdlib>
+#include <tuple>
+#include <vector>
 
+using skar::vessel::ApplyFlag;
+using skar::vessel::Ellipse;
+using skar::vessel::Equipment;
 using skar::vessel::Field;
+using skar::vessel::GyroTable;
+using skar::vessel::HeaveOffset;
+using skar::vessel::Latency;
 using skar::vessel::loadFields;
+using skar::vessel::PitchOffset;
+using skar::vessel::Position;
+using skar::vessel::RollOffset;
 using skar::vessel::storeFields;
 
 namespace skar::vessel {
@@ -215,16 +228,30 @@ long GyroTable::resizeGyroTable() {
 
 namespace {
 
-// Several tables in turn, each for its part of the entry.
-template <class Entry, class... Tables>
-long loadAll(Entry& entry, xmlNode* element, const Tables&... tables) {
-    (loadFields(entry, element, tables), ...);
+// The tables of the kinds that have no fields of their own, in the order of the file.
+constexpr auto navFields = std::tie(Equipment::Table::fields, Ellipse::Table::fields, Latency::Table::fields,
+                                    Position::Table::fields);
+constexpr auto gyroFields = std::tie(Equipment::Table::fields, Latency::Table::fields,
+                                     ApplyFlag::Table::fields, GyroTable::Table::replaced);
+constexpr auto heaveFields =
+    std::tie(Equipment::Table::fields, ApplyFlag::Table::fields, Latency::Table::fields,
+             Position::Table::fields, HeaveOffset::Table::fields);
+constexpr auto pitchFields = std::tie(Equipment::Table::fields, ApplyFlag::Table::fields,
+                                      Latency::Table::fields, PitchOffset::Table::fields);
+constexpr auto rollFields = std::tie(Equipment::Table::fields, ApplyFlag::Table::fields,
+                                     Latency::Table::fields, RollOffset::Table::fields);
+constexpr auto equipmentFields = std::tie(Equipment::Table::fields);
+
+template <class Entry, class Tables>
+long loadAll(Entry& entry, xmlNode* element, const Tables& tables) {
+    if (const long result = entry.SKARVesselSensorConfig::load(element); result != 0) return result;
+    std::apply([&](const auto&... each) { (loadFields(entry, element, each), ...); }, tables);
     return 0;
 }
 
-template <class Entry, class... Tables>
-long storeAll(const Entry& entry, xmlNode* element, const Tables&... tables) {
-    (storeFields(entry, element, tables), ...);
+template <class Entry, class Tables>
+long storeAll(const Entry& entry, xmlNode* element, const Tables& tables) {
+    std::apply([&](const auto&... each) { (storeFields(entry, element, each), ...); }, tables);
     return 0;
 }
 
@@ -237,16 +264,12 @@ SKARNavConfig::SKARNavConfig(double time, long& status) : SKARVesselSensorConfig
 SKARNavConfig::~SKARNavConfig() = default;
 
 long SKARNavConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields, skar::vessel::Ellipse::Table::fields,
-                   skar::vessel::Latency::Table::fields, skar::vessel::Position::Table::fields);
+    return loadAll(*this, entry, navFields);
 }
 
 long SKARNavConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::Ellipse::Table::fields, skar::vessel::Latency::Table::fields,
-                    skar::vessel::Position::Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), navFields);
 }
 
 SKARSideScanNavConfig::SKARSideScanNavConfig(double time, long& status)
@@ -257,16 +280,12 @@ SKARSideScanNavConfig::SKARSideScanNavConfig(double time, long& status)
 SKARSideScanNavConfig::~SKARSideScanNavConfig() = default;
 
 long SKARSideScanNavConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields, skar::vessel::Ellipse::Table::fields,
-                   skar::vessel::Latency::Table::fields, skar::vessel::Position::Table::fields);
+    return loadAll(*this, entry, navFields);
 }
 
 long SKARSideScanNavConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::Ellipse::Table::fields, skar::vessel::Latency::Table::fields,
-                    skar::vessel::Position::Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), navFields);
 }
 
 SKARGyroConfig::SKARGyroConfig(double time, long& status) : SKARVesselSensorConfig(L"GyroSensor", time) {
@@ -276,21 +295,19 @@ SKARGyroConfig::SKARGyroConfig(double time, long& status) : SKARVesselSensorConf
 SKARGyroConfig::~SKARGyroConfig() = default;
 
 long SKARGyroConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields, skar::vessel::Latency::Table::fields,
-                   skar::vessel::ApplyFlag::Table::fields, skar::vessel::GyroTable::Table::replaced);
+    return loadAll(*this, entry, gyroFields);
 }
 
 long SKARGyroConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::Latency::Table::fields, skar::vessel::ApplyFlag::Table::fields,
-                    skar::vessel::GyroTable::Table::replaced);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), gyroFields);
 }
 
 struct SKARSideScanGyroConfig::Table {
     static constexpr Field<SKARSideScanGyroConfig> fields[] = {
         {"StdDev", "Gyro", &SKARSideScanGyroConfig::gyroError}};
+    static constexpr auto all =
+        std::tie(Equipment::Table::fields, ApplyFlag::Table::fields, GyroTable::Table::appended, fields);
 };
 
 SKARSideScanGyroConfig::SKARSideScanGyroConfig(double time, long& status)
@@ -301,17 +318,12 @@ SKARSideScanGyroConfig::SKARSideScanGyroConfig(double time, long& status)
 SKARSideScanGyroConfig::~SKARSideScanGyroConfig() = default;
 
 long SKARSideScanGyroConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields,
-                   skar::vessel::ApplyFlag::Table::fields, skar::vessel::GyroTable::Table::appended,
-                   Table::fields);
+    return loadAll(*this, entry, Table::all);
 }
 
 long SKARSideScanGyroConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::ApplyFlag::Table::fields, skar::vessel::GyroTable::Table::appended,
-                    Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), Table::all);
 }
 
 SKARHeaveConfig::SKARHeaveConfig(double time, long& status) : SKARVesselSensorConfig(L"HeaveSensor", time) {
@@ -321,17 +333,12 @@ SKARHeaveConfig::SKARHeaveConfig(double time, long& status) : SKARVesselSensorCo
 SKARHeaveConfig::~SKARHeaveConfig() = default;
 
 long SKARHeaveConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields,
-                   skar::vessel::ApplyFlag::Table::fields, skar::vessel::Latency::Table::fields,
-                   skar::vessel::Position::Table::fields, skar::vessel::HeaveOffset::Table::fields);
+    return loadAll(*this, entry, heaveFields);
 }
 
 long SKARHeaveConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::ApplyFlag::Table::fields, skar::vessel::Latency::Table::fields,
-                    skar::vessel::Position::Table::fields, skar::vessel::HeaveOffset::Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), heaveFields);
 }
 
 SKARSideScanHeaveConfig::SKARSideScanHeaveConfig(double time, long& status)
@@ -342,17 +349,12 @@ SKARSideScanHeaveConfig::SKARSideScanHeaveConfig(double time, long& status)
 SKARSideScanHeaveConfig::~SKARSideScanHeaveConfig() = default;
 
 long SKARSideScanHeaveConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields,
-                   skar::vessel::ApplyFlag::Table::fields, skar::vessel::Latency::Table::fields,
-                   skar::vessel::Position::Table::fields, skar::vessel::HeaveOffset::Table::fields);
+    return loadAll(*this, entry, heaveFields);
 }
 
 long SKARSideScanHeaveConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::ApplyFlag::Table::fields, skar::vessel::Latency::Table::fields,
-                    skar::vessel::Position::Table::fields, skar::vessel::HeaveOffset::Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), heaveFields);
 }
 
 SKARPitchConfig::SKARPitchConfig(double time, long& status) : SKARVesselSensorConfig(L"PitchSensor", time) {
@@ -362,17 +364,12 @@ SKARPitchConfig::SKARPitchConfig(double time, long& status) : SKARVesselSensorCo
 SKARPitchConfig::~SKARPitchConfig() = default;
 
 long SKARPitchConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields,
-                   skar::vessel::ApplyFlag::Table::fields, skar::vessel::Latency::Table::fields,
-                   skar::vessel::PitchOffset::Table::fields);
+    return loadAll(*this, entry, pitchFields);
 }
 
 long SKARPitchConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::ApplyFlag::Table::fields, skar::vessel::Latency::Table::fields,
-                    skar::vessel::PitchOffset::Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), pitchFields);
 }
 
 SKARRollConfig::SKARRollConfig(double time, long& status) : SKARVesselSensorConfig(L"RollSensor", time) {
@@ -382,22 +379,19 @@ SKARRollConfig::SKARRollConfig(double time, long& status) : SKARVesselSensorConf
 SKARRollConfig::~SKARRollConfig() = default;
 
 long SKARRollConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields,
-                   skar::vessel::ApplyFlag::Table::fields, skar::vessel::Latency::Table::fields,
-                   skar::vessel::RollOffset::Table::fields);
+    return loadAll(*this, entry, rollFields);
 }
 
 long SKARRollConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::ApplyFlag::Table::fields, skar::vessel::Latency::Table::fields,
-                    skar::vessel::RollOffset::Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), rollFields);
 }
 
 struct SKARSideScanPitchConfig::Table {
     static constexpr Field<SKARSideScanPitchConfig> fields[] = {
         {"StdDev", "Pitch", &SKARSideScanPitchConfig::pitchError}};
+    static constexpr auto all =
+        std::tie(Equipment::Table::fields, ApplyFlag::Table::fields, PitchOffset::Table::fields, fields);
 };
 
 SKARSideScanPitchConfig::SKARSideScanPitchConfig(double time, long& status)
@@ -408,22 +402,19 @@ SKARSideScanPitchConfig::SKARSideScanPitchConfig(double time, long& status)
 SKARSideScanPitchConfig::~SKARSideScanPitchConfig() = default;
 
 long SKARSideScanPitchConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields,
-                   skar::vessel::ApplyFlag::Table::fields, skar::vessel::PitchOffset::Table::fields,
-                   Table::fields);
+    return loadAll(*this, entry, Table::all);
 }
 
 long SKARSideScanPitchConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::ApplyFlag::Table::fields, skar::vessel::PitchOffset::Table::fields,
-                    Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), Table::all);
 }
 
 struct SKARSideScanRollConfig::Table {
     static constexpr Field<SKARSideScanRollConfig> fields[] = {
         {"StdDev", "Roll", &SKARSideScanRollConfig::rollError}};
+    static constexpr auto all =
+        std::tie(Equipment::Table::fields, ApplyFlag::Table::fields, RollOffset::Table::fields, fields);
 };
 
 SKARSideScanRollConfig::SKARSideScanRollConfig(double time, long& status)
@@ -434,17 +425,12 @@ SKARSideScanRollConfig::SKARSideScanRollConfig(double time, long& status)
 SKARSideScanRollConfig::~SKARSideScanRollConfig() = default;
 
 long SKARSideScanRollConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields,
-                   skar::vessel::ApplyFlag::Table::fields, skar::vessel::RollOffset::Table::fields,
-                   Table::fields);
+    return loadAll(*this, entry, Table::all);
 }
 
 long SKARSideScanRollConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::ApplyFlag::Table::fields, skar::vessel::RollOffset::Table::fields,
-                    Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), Table::all);
 }
 
 SKARSideScanConfig::SKARSideScanConfig(double time, long& status)
@@ -455,13 +441,12 @@ SKARSideScanConfig::SKARSideScanConfig(double time, long& status)
 SKARSideScanConfig::~SKARSideScanConfig() = default;
 
 long SKARSideScanConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields);
+    return loadAll(*this, entry, equipmentFields);
 }
 
 long SKARSideScanConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), equipmentFields);
 }
 
 // Written under one spelling and looked for under another; names are compared without regard to case.
@@ -472,6 +457,7 @@ struct SKARTowedSSSConfig::Table {
         {"Offsets", "Z", &SKARTowedSSSConfig::z, nullptr, nullptr, "offsets"},
         {"Offsets", "Layback", &SKARTowedSSSConfig::laybackOffset, nullptr, nullptr, "offsets"},
     };
+    static constexpr auto all = std::tie(Equipment::Table::fields, Latency::Table::fields, fields);
 };
 
 SKARTowedSSSConfig::SKARTowedSSSConfig(double time, long& status)
@@ -482,15 +468,12 @@ SKARTowedSSSConfig::SKARTowedSSSConfig(double time, long& status)
 SKARTowedSSSConfig::~SKARTowedSSSConfig() = default;
 
 long SKARTowedSSSConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::Equipment::Table::fields, skar::vessel::Latency::Table::fields,
-                   Table::fields);
+    return loadAll(*this, entry, Table::all);
 }
 
 long SKARTowedSSSConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::Equipment::Table::fields,
-                    skar::vessel::Latency::Table::fields, Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), Table::all);
 }
 
 struct SKARSVPConfig::Table {
@@ -510,6 +493,7 @@ struct SKARSVPConfig::Table {
         {"MountAngle", "Roll2", &SKARSVPConfig::roll2, nullptr, hasSecond},
         {"MountAngle", "Azimuth2", &SKARSVPConfig::azimuth2, nullptr, hasSecond},
     };
+    static constexpr auto all = std::tie(fields);
 };
 
 SKARSVPConfig::SKARSVPConfig(double time, long& status) : SKARVesselSensorConfig(L"SVPSensor", time) {
@@ -519,22 +503,30 @@ SKARSVPConfig::SKARSVPConfig(double time, long& status) : SKARVesselSensorConfig
 SKARSVPConfig::~SKARSVPConfig() = default;
 
 long SKARSVPConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, Table::fields);
+    return loadAll(*this, entry, Table::all);
 }
 
 long SKARSVPConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), Table::all);
 }
 
 struct SKARDraftConfig::Table {
     static void load(SKARDraftConfig& owner, const xmlNode* entry) {
+        std::vector<vesselDraft> read;
         for (const xmlNode* row = skar::xml::firstElement(skar::xml::child(entry, "DraftEntries"));
              row != nullptr; row = skar::xml::nextElement(row)) {
             const std::optional<double> speed = skar::vessel::numberIn(row, "Speed");
             const std::optional<double> draft = skar::vessel::numberIn(row, "Draft");
-            if (speed && draft) owner.setDraft(*speed, *draft);
+            if (speed && draft) read.push_back({*speed, *draft});
+        }
+        // A file whose rows stand in any order is to load as fast as one in order; what is no number comes
+        // last.
+        std::stable_sort(read.begin(), read.end(), [](const vesselDraft& left, const vesselDraft& right) {
+            return std::isnan(right.speed) ? !std::isnan(left.speed) : left.speed < right.speed;
+        });
+        for (const vesselDraft& row : read) {
+            owner.setDraft(row.speed, row.draft);
         }
     }
 
@@ -550,6 +542,7 @@ struct SKARDraftConfig::Table {
     }
 
     static constexpr Field<SKARDraftConfig> fields[] = {skar::vessel::rowsOf<SKARDraftConfig>(load, store)};
+    static constexpr auto all = std::tie(ApplyFlag::Table::fields, fields);
 };
 
 SKARDraftConfig::SKARDraftConfig(double time, long& status) : SKARVesselSensorConfig(L"DraftSensor", time) {
@@ -559,13 +552,12 @@ SKARDraftConfig::SKARDraftConfig(double time, long& status) : SKARVesselSensorCo
 SKARDraftConfig::~SKARDraftConfig() = default;
 
 long SKARDraftConfig::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
-    return loadAll(*this, entry, skar::vessel::ApplyFlag::Table::fields, Table::fields);
+    return loadAll(*this, entry, Table::all);
 }
 
 long SKARDraftConfig::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), skar::vessel::ApplyFlag::Table::fields, Table::fields);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), Table::all);
 }
 
 struct SKARWaterlineHeight::Table {
@@ -573,6 +565,7 @@ struct SKARWaterlineHeight::Table {
         {"WaterLine", "value", &SKARWaterlineHeight::waterLine}};
     static constexpr Field<SKARWaterlineHeight> deviation[] = {
         {"StdDev", "Waterline", &SKARWaterlineHeight::waterlineStdDev}};
+    static constexpr auto all = std::tie(height, ApplyFlag::Table::fields, deviation);
 };
 
 SKARWaterlineHeight::SKARWaterlineHeight(double time, long& status)
@@ -583,15 +576,13 @@ SKARWaterlineHeight::SKARWaterlineHeight(double time, long& status)
 SKARWaterlineHeight::~SKARWaterlineHeight() = default;
 
 long SKARWaterlineHeight::load(xmlNode* entry) {
-    if (const long result = SKARVesselSensorConfig::load(entry); result != 0) return result;
     waterLine = 0;
-    return loadAll(*this, entry, Table::height, skar::vessel::ApplyFlag::Table::fields, Table::deviation);
+    return loadAll(*this, entry, Table::all);
 }
 
 long SKARWaterlineHeight::store(xmlNode* parentList) {
-    if (const long result = SKARVesselSensorConfig::store(parentList); result != 0) return result;
-    return storeAll(*this, getElement(), Table::height, skar::vessel::ApplyFlag::Table::fields,
-                    Table::deviation);
+    const long result = SKARVesselSensorConfig::store(parentList);
+    return result != 0 ? result : storeAll(*this, getElement(), Table::all);
 }
 
 long SKARGyroConfig::setGyroOffset(double offset) {
@@ -668,6 +659,14 @@ long SKARSVPConfig::setMountAngle(double pitchAngle, double rollAngle, double az
 }
 
 long SKARDraftConfig::setDraft(double speed, double draft) {
+    if (rows.isEmpty() || rows.last()->speed < speed || std::isnan(speed)) {
+        rows.append({speed, draft});
+        return 0;
+    }
+    if (rows.last()->speed == speed) {
+        rows.last()->draft = draft;
+        return 0;
+    }
     for (vesselDraft& row : rows) {
         if (row.speed == speed) {
             row.draft = draft;

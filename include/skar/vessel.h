@@ -106,8 +106,19 @@ public:
     long store(xmlNode* root);
 
 private:
+    struct Place {
+        double time;
+        const SKARVesselSensorConfig* entry;
+    };
+    const std::vector<Place>& places() const;
+
     MORVASList<MORVAType<SKARVesselSensorConfig>> entries;
     xmlNode* element = nullptr;
+    // The entries once more, for looking up; made anew at the first look after a change.
+    mutable std::vector<Place> inOrder;
+    mutable bool inOrderStands = true;
+    // Where the walk from entry to entry has come to.
+    mutable std::size_t walked = 0;
 };
 
 // Places in the file that hold nothing yet. Loading and storing return 0.

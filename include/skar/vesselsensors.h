@@ -2,6 +2,8 @@
 
 #include <skar/vessel.h>
 
+#include <unordered_map>
+
 // The kinds of entries of a vessel file. Offsets are metres in the vessel's frame, angles degrees, latencies
 // seconds, percentages 0 to 100; nothing is checked against limits. New entries hold zeros, no texts and
 // false. Constructors take the time stamp and set the status. Setters return 0 where nothing else is said.
@@ -467,6 +469,7 @@ private:
 
     skar::vessel::Text sensorClass;
     MORVASList<SKARTransducerConfig> transducers;
+    std::unordered_map<std::uint32_t, SKARTransducerConfig*> byNumber;
     double navToBoomX = 0, navToBoomY = 0, navToBoomZ = 0;
     double mruToBoomX = 0, mruToBoomY = 0, mruToBoomZ = 0;
 };

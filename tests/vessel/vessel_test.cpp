@@ -144,6 +144,11 @@ TEST(VesselCopy, TakesTheListsOutOfTheSource) {
     EXPECT_NE(copy.getFirstSensor(L"NavSensor", status), nullptr);
     EXPECT_EQ(source.getFirstSensor(L"NavSensor", status), nullptr);
     EXPECT_EQ(addTo<SKARNavConfig>(source, 2), 0);
+    // The handle that was left behind stands ahead of the new list and is removed first, which moves the list
+    // out of the place that was counted for it.
+    EXPECT_EQ(source.removeAllSensors(L"NavSensor"), 0);
+    EXPECT_EQ(source.getSensors().count(), 1U);
+    EXPECT_NE(source.getFirstSensor(L"NavSensor", status), nullptr);
     EXPECT_EQ(source.removeAllSensors(L"NavSensor"), 0);
     EXPECT_TRUE(source.getSensors().isEmpty());
 }

@@ -216,8 +216,12 @@ xmlNode* childOrNew(xmlNode* parent, const char* name) {
 }
 
 void deleteChildren(xmlNode* parent, const char* name) {
-    for (xmlNode* found = child(parent, name); found != nullptr; found = child(parent, name)) {
-        DeleteNode(found);
+    for (xmlNode* each = firstElement(parent); each != nullptr;) {
+        xmlNode* next = nextElement(each);
+        if (xmlStrcasecmp(each->name, xmlText(name)) == 0) {
+            DeleteNode(each);
+        }
+        each = next;
     }
 }
 
