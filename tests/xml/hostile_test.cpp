@@ -94,6 +94,62 @@ TEST_F(HostileXml, AnAttributeOfTenMillionBytesIsRefused) {
     EXPECT_FALSE(opens("<r><S value='" + std::string(10500000, 'x') + "'/></r>"));
 }
 
+std::string numbered(const std::string& before, int count, const std::string& behind) {
+    std::string text;
+    for (int i = 0; i < count; ++i)
+        text += before + std::to_string(i) + behind;
+    return text;
+}
+
+std::string wide(const std::string& text) {
+    std::string units = "\xFF\xFE";
+    for (const char c : text) {
+        units += c;
+        units += '\0';
+    }
+    return units;
+}
+
+TEST_F(HostileXml, WhatTheParserWouldCompareInPairsIsRefused) {
+    const std::string many = numbered("b", 100000, "='' ");
+    EXPECT_FALSE(opens("<r " + many + "/>"));
+    EXPECT_FALSE(opens(wide("<r " + many + "/>")));
+    EXPECT_FALSE(opens("<?xml version='1.0' encoding='no-such-thing'?><r " + many + "/>"));
+    // The parser goes on behind these mistakes.
+    EXPECT_FALSE(opens("<r><c x='<d " + many + "/>'/></r>"));
+    EXPECT_FALSE(opens("<r><?>\n<c " + many + "/>?></r>"));
+    EXPECT_FALSE(opens("<r><c x=1><d y " + many + "/></c></r>"));
+    EXPECT_FALSE(opens("<r>" + numbered("<c", 10000, " " + numbered("b", 100, "='' ") + "/>") + "</r>"));
+    EXPECT_FALSE(opens("<!DOCTYPE r [<!ATTLIST r " + numbered("b", 40000, " CDATA 'x' ") + ">]><r/>"));
+    EXPECT_FALSE(opens("<!DOCTYPE r [" + numbered("<!ELEMENT b", 100000, " EMPTY>") + "]><r/>"));
+}
+
+TEST_F(HostileXml, TooManyNamesOrPrefixesAreRefused) {
+    EXPECT_FALSE(opens("<r>" + numbered("<b", 1000000, "/>") + "</r>"));
+    EXPECT_FALSE(opens("<r>" + numbered("&b", 1000000, ";") + "</r>"));
+    EXPECT_FALSE(opens("<r>" + numbered("</b", 1000000, ">") + "</r>"));
+    EXPECT_FALSE(opens("<r>" + numbered("<?b", 1000000, "?>") + "</r>"));
+    std::string deep;
+    for (int i = 0; i < 200; ++i)
+        deep += "<a " + numbered("xmlns:p" + std::to_string(i) + "x", 100, "='u' ") + ">";
+    EXPECT_FALSE(opens(deep + numbered("<q:z c='", 40000, "'/>")));
+}
+
+TEST_F(HostileXml, WhatALargeFileOfOurOwnHoldsIsAccepted) {
+    const std::string names = numbered("<n", 20000, " a='1' b='2' c='3' d='4' e='5' f='6'/>");
+    EXPECT_TRUE(opens("<r><S value='last'/>" + names + "</r>"));
+    EXPECT_EQ(value, L"last");
+    EXPECT_TRUE(opens("<r " + numbered("b", 4000, "='' ") + "><S value='&lt;&amp;&gt;'/></r>"));
+    EXPECT_EQ(value, L"<&>");
+    EXPECT_TRUE(opens(wide("<r><S value='wide'/></r>")));
+    EXPECT_EQ(value, L"wide");
+    EXPECT_TRUE(opens("<?xml version='1.0' encoding='Shift_JIS'?><r><S value='\x83\x65'/></r>"));
+    EXPECT_EQ(value, L"\u30c6");
+    EXPECT_TRUE(opens("<!DOCTYPE r [<!ATTLIST S value CDATA 'x'>]><r>" + std::string(10000, ' ') +
+                      "<S value='own'/></r>"));
+    EXPECT_EQ(value, L"own");
+}
+
 TEST_F(HostileXml, BytesThatAreNoTextAreRefused) {
     EXPECT_FALSE(opens(std::string("<r><S value='a\0b'/></r>", 23)));
     EXPECT_FALSE(opens("<r><S value='\xff\xfe'/></r>"));

@@ -3,6 +3,7 @@
 #include "platform/file.h"
 #include "platform/safefile.h"
 #include "xml/numbertext.h"
+#include "xml/parsecost.h"
 
 #include <libxml/parser.h>
 
@@ -228,7 +229,7 @@ void deleteChildren(xmlNode* parent, const char* name) {
 Document parseBytes(std::string_view bytes, const char* name, Blanks blanks) {
     const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxt*)> parser(xmlNewParserCtxt(),
                                                                           xmlFreeParserCtxt);
-    if (parser == nullptr || bytes.size() > mostBytes) {
+    if (parser == nullptr || bytes.size() > mostBytes || costsTooMuch(bytes)) {
         return nullptr;
     }
     const int options = XML_PARSE_NONET | (blanks == Blanks::dropped ? XML_PARSE_NOBLANKS : 0);
