@@ -1,0 +1,218 @@
+#include "support/fault_backend.h"
+#include "support/temporary_directory.h"
+
+#include <skar/time.h>
+#include <skar/vesselsensors.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <string>
+
+// What a vessel does to its file, and its file to it, over several readings and stores.
+namespace {
+
+using skar::tests::FaultBackend;
+
+using skar::tests::TemporaryDirectory;
+using Entry = MORVAType<SKARVesselSensorConfig>;
+
+std::string around(const std::string& inside) {
+    return "<?xml version=\"1.0\"?>\n<SKARVesselConfig Version=\"2.0\">\n" + inside + "</SKARVesselConfig>\n";
+}
+
+const std::string shape = "  <VesselShape>\n"
+                          "    <PlanCoordinates/>\n"
+                          "    <ProfileCoordinates/>\n"
+                          "    <RP Length=\"0.000000\" Width=\"0.000000\" Height=\"0.000000\"/>\n"
+                          "  </VesselShape>\n";
+
+std::string sideScan(const std::string& time) {
+    return "  <SideScanSensor>\n    <TimeStamp value=\"" + time +
+           "\">\n      <Latency value=\"0.000000\"/>\n    </TimeStamp>\n  </SideScanSensor>\n";
+}
+
+class VesselLife : public testing::Test {
+protected:
+    std::unique_ptr<SKARVessel> read(const std::string& inside) {
+        directory.write("v.skv", around(inside));
+        auto vessel = std::make_unique<SKARVessel>(directory.wide("v.skv").c_str(), status);
+        EXPECT_EQ(status, 0);
+        return vessel;
+    }
+    std::string stored(SKARVessel& vessel) {
+        EXPECT_EQ(vessel.store(), 0);
+        return directory.read("v.skv");
+    }
+    TemporaryDirectory directory;
+    long status = -1;
+};
+
+TEST_F(VesselLife, TheFlagOfChangesFollowsEntriesAndStores) {
+    const auto vessel = read(sideScan("2012-001 00:00:00"));
+    EXPECT_FALSE(vessel->isModified());
+    SKARVesselShape other;
+    vessel->setVesselShape(other);
+    EXPECT_EQ(vessel->removeSensor(1, L"SideScanSensor"), 5100009);
+    Entry same(std::make_unique<SKARSideScanConfig>(TmYDStoUTCs80(2012, 1, 0), status));
+    EXPECT_EQ(vessel->addSensor(same), 5100008);
+    EXPECT_EQ(vessel->removeAllSensors(typeid(SKARSideScanConfig)), 0);
+    EXPECT_FALSE(vessel->isModified());
+    EXPECT_EQ(vessel->addSensor(same), 0);
+    EXPECT_TRUE(vessel->isModified());
+    EXPECT_EQ(vessel->reload(), 0);
+    EXPECT_FALSE(vessel->isModified());
+    EXPECT_EQ(vessel->removeSensor(TmYDStoUTCs80(2012, 1, 0), typeid(SKARSideScanConfig)), 0);
+    EXPECT_TRUE(vessel->isModified());
+    EXPECT_EQ(vessel->reload(), 0);
+    EXPECT_EQ(vessel->store(), 0);
+    EXPECT_TRUE(vessel->isModified());
+}
+
+TEST_F(VesselLife, ARemovedEntryStaysInTheFileUntilItIsRead) {
+    const std::string text = around(sideScan("2012-001 00:00:00") + shape);
+    const auto vessel = read(sideScan("2012-001 00:00:00"));
+    EXPECT_EQ(vessel->removeSensor(TmYDStoUTCs80(2012, 1, 0), L"SideScanSensor"), 0);
+    EXPECT_EQ(stored(*vessel), text);
+    EXPECT_EQ(vessel->reload(), 0);
+    EXPECT_NE(vessel->getFirstSensor(L"SideScanSensor", status), nullptr);
+}
+
+TEST_F(VesselLife, AMovedEntryKeepsItsElement) {
+    const auto vessel = read(sideScan("2012-001 00:00:00.75"));
+    auto* list = const_cast<SKARVesselSensorList*>(vessel->getSensorList(typeid(SKARSideScanConfig)));
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->updateTimeStamp(list->getFirstConfig(), TmYDStoUTCs80(2013, 32, 3661.5)), 0);
+    EXPECT_EQ(stored(*vessel), around(sideScan("2013-032 01:01:01") + shape));
+}
+
+TEST_F(VesselLife, EveryTimeTextThatIsReadComesBack) {
+    for (const char* text : {"1900-000 00:00:00", "3000-366 23:59:59", "2012-001 00:00:00.75 UTC",
+                             "2012-  7  1: 2: 3", "1979-365 23:59:59", "1980-001 00:00:00"}) {
+        const auto vessel = read(sideScan(text));
+        EXPECT_EQ(stored(*vessel), around(sideScan(text) + shape));
+    }
+}
+
+TEST_F(VesselLife, AnEntryWithoutACalendarDateIsNotStored) {
+    SKARVessel vessel;
+    vessel.setFileName(directory.wide("v").c_str(), false);
+    Entry entry(std::make_unique<SKARSideScanConfig>(-1e300, status));
+    EXPECT_EQ(vessel.addSensor(entry), 0);
+    EXPECT_EQ(stored(vessel), around(shape + "  <SideScanSensor/>\n"));
+}
+
+TEST_F(VesselLife, WhatIsRewrittenLosesOnlyItsOwnRows) {
+    const auto vessel = read(
+        "<VesselShape own=\"1\"><Extra/><PlanCoordinates><Gone/></PlanCoordinates></VesselShape>"
+        "<DraftSensor><T value=\"2012-001 00:00:00\"><DraftEntries own=\"2\"><Entry Speed=\"1\" Draft=\"2\" "
+        "gone=\"3\"/><Extra/></DraftEntries></T></DraftSensor>"
+        "<GyroSensor><T value=\"2012-001 00:00:00\"><Offsets own=\"4\"><Extra/><Gyro><Entry Offset=\"5\"/>"
+        "</Gyro></Offsets></T></GyroSensor>"
+        "<TPEConfiguration><T value=\"2012-001 00:00:00\"><StandardDeviation own=\"6\"><Motion own=\"7\"/>"
+        "<Extra/></StandardDeviation></T></TPEConfiguration>");
+    const std::string text = stored(*vessel);
+    for (const char* kept :
+         {"<VesselShape own=\"1\">\n    <Extra/>", "<DraftEntries own=\"2\">\n        <Extra/>",
+          "<Entry Speed=\"1.000000\" Draft=\"2.000000\"/>", "<Offsets own=\"4\">\n        <Extra/>",
+          "<Entry Azimuth=\"0.000000\" Offset=\"5.000000\"/>", "<StandardDeviation own=\"6\">",
+          "<Motion own=\"7\" Gyro=\"0.000000\"", "        <Extra/>\n        <Position"}) {
+        EXPECT_NE(text.find(kept), std::string::npos) << kept;
+    }
+    for (const char* gone : {"Gone", "gone"}) {
+        EXPECT_EQ(text.find(gone), std::string::npos) << gone;
+    }
+}
+
+TEST_F(VesselLife, AnEmptiedTableLeavesTheFile) {
+    const auto vessel = read("<GyroSensor><T value=\"2012-001 00:00:00\"><Offsets><Gyro><Entry Offset=\"5\"/>"
+                             "</Gyro></Offsets></T></GyroSensor><SideScanGyroSensor><T value=\"2012-001 "
+                             "00:00:00\"><Offsets><Gyro><Entry Offset=\"5\"/></Gyro></Offsets></T>"
+                             "</SideScanGyroSensor>");
+    for (const wchar_t* name : {L"GyroSensor", L"SideScanGyroSensor"}) {
+        auto* table = dynamic_cast<skar::vessel::GyroTable*>(
+            const_cast<SKARVesselSensorConfig*>(vessel->getFirstSensor(name, status)));
+        ASSERT_NE(table, nullptr);
+        EXPECT_EQ(table->resizeGyroTable(), 0);
+    }
+    EXPECT_EQ(stored(*vessel).find("<Gyro>"), std::string::npos);
+}
+
+TEST_F(VesselLife, ListsAreFoundByNameAndByClass) {
+    const auto vessel = read(sideScan("2012-001 00:00:00"));
+    const auto* entry = vessel->getFirstSensor(typeid(SKARSideScanConfig), status);
+    ASSERT_NE(entry, nullptr);
+    EXPECT_STREQ(entry->getName(), L"SideScanSensor");
+    for (const SKARVesselSensorConfig* each :
+         {vessel->getFirstSensor(L"SideScanSensor", status), vessel->getLastSensor(L"SideScanSensor", status),
+          vessel->getLastSensor(typeid(SKARSideScanConfig), status),
+          vessel->getSensor(L"SideScanSensor", 1e10, status),
+          vessel->getSensor(typeid(SKARSideScanConfig), 1e10, status)}) {
+        EXPECT_EQ(each, entry);
+        EXPECT_EQ(status, 0);
+    }
+    status = 7;
+    EXPECT_EQ(vessel->getFirstSensor(typeid(SKARNavConfig), status), nullptr);
+    EXPECT_EQ(status, 0);
+    status = 7;
+    EXPECT_EQ(vessel->getLastSensor(L"NavSensor", status), nullptr);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(vessel->getSensorList(typeid(SKARNavConfig)), nullptr);
+    EXPECT_EQ(vessel->getSensor(typeid(SKARSideScanConfig), 0, status), nullptr);
+    EXPECT_EQ(status, 5100006);
+}
+
+TEST_F(VesselLife, AListOfAnUnknownNameStaysAndIsPassedOver) {
+    const std::string unknown = "  <Winch>\n    <TimeStamp value=\"not a time\"/>\n  </Winch>\n";
+    const auto vessel = read(unknown + sideScan("2012-001 00:00:00"));
+    EXPECT_EQ(vessel->getSensors().count(), 1U);
+    EXPECT_EQ(stored(*vessel), around(unknown + sideScan("2012-001 00:00:00") + shape));
+}
+
+TEST_F(VesselLife, TheEncodingOfTheFileIsKept) {
+    directory.write("v.skv",
+                    "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><SKARVesselConfig Version=\"2.0\">"
+                    "<SideScanSensor><T value=\"2012-001 00:00:00\"><Comment value=\"caf\xE9\"/></T>"
+                    "</SideScanSensor></SKARVesselConfig>");
+    SKARVessel vessel(directory.wide("v").c_str(), status);
+    ASSERT_EQ(status, 0);
+    EXPECT_STREQ(vessel.getFirstSensor(L"SideScanSensor", status)->getComment(), L"caf\u00e9");
+    EXPECT_NE(stored(vessel).find("<Comment value=\"caf\xE9\"/>"), std::string::npos);
+}
+
+TEST_F(VesselLife, AVesselIsFoundWithoutItsExtension) {
+    directory.write("plain", around(sideScan("2012-001 00:00:00")));
+    const SKARVessel vessel(directory.wide("plain").c_str(), status);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(vessel.getSensors().count(), 1U);
+    // The name that was given stands, not that of the file that was found.
+    EXPECT_EQ(vessel.getFileName(), directory.wide("plain.skv"));
+}
+
+TEST(VesselDisk, AFailureWhileStoringLeavesTheFile) {
+    const std::string before = around(sideScan("2012-001 00:00:00"));
+    const std::string after = around(sideScan("2012-001 00:00:00") + shape);
+    std::size_t failed = 0;
+    std::size_t operation = 0;
+    for (std::size_t all = 1; operation < all;) {
+        FaultBackend disk;
+        disk.put("/vessels/v.skv", before);
+        long status = -1;
+        SKARVessel vessel(L"/vessels/v.skv", status);
+        ASSERT_EQ(status, 0);
+        disk.resetCounts();
+        disk.failAt(++operation, ENOSPC);
+        const long result = vessel.store();
+        all = std::max(all, disk.operations());
+        EXPECT_EQ(disk.openStreams(), 0);
+        EXPECT_EQ(result, result == 0 ? 0 : -1);
+        EXPECT_EQ(vessel.isModified(), result == 0);
+        EXPECT_EQ(disk.bytes("/vessels/v.skv"), result == 0 ? after : before) << operation;
+        failed += result == 0 ? 0 : 1;
+    }
+    EXPECT_GE(failed, 3U);
+}
+
+} // namespace
