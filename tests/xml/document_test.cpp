@@ -135,6 +135,25 @@ TEST(XmlDocument, ABadFileThrowsWhatTheParserSaid) {
     EXPECT_EQ(nameOf(document.getRoot()), "Kept");
 }
 
+TEST(XmlDocument, AFileThatTheParserNeverSeesSaysWhy) {
+    const TemporaryDirectory folder;
+    std::string attributes;
+    for (int i = 0; i < 10000; ++i)
+        attributes += " a" + std::to_string(i) + "=''";
+    const std::string grown = "<!DOCTYPE r [<!ENTITY e '" + std::string(100000, 'x') +
+                              "'>]><r a='&e;&e;&e;&e;&e;&e;"
+                              "&e;&e;&e;&e;&e;'/>";
+    for (const auto& [text, reason] :
+         {std::pair("<r" + attributes + "/>", "too many attributes, names or declarations"),
+          std::pair(grown, "entities that grow beyond bounds")}) {
+        folder.write("bad.xml", text);
+        MORVAXMLDocument document;
+        const auto thrown = thrownBy<XMLError>([&] { document.openDocument(in(folder, "bad.xml")); });
+        EXPECT_EQ(detail<errinfo_xml_diagnostic>(thrown),
+                  (folder / "bad.xml").string() + ": " + reason + "\n");
+    }
+}
+
 TEST(XmlDocument, ADirectoryThrowsAsAParseError) {
     const TemporaryDirectory folder;
     MORVAXMLDocument document;

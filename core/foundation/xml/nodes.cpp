@@ -6,6 +6,7 @@
 #include "xml/parsecost.h"
 
 #include <libxml/parser.h>
+#include <libxml/xmlerror.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -229,13 +230,18 @@ void deleteChildren(xmlNode* parent, const char* name) {
 Document parseBytes(std::string_view bytes, const char* name, Blanks blanks) {
     const std::unique_ptr<xmlParserCtxt, void (*)(xmlParserCtxt*)> parser(xmlNewParserCtxt(),
                                                                           xmlFreeParserCtxt);
-    if (parser == nullptr || bytes.size() > mostBytes || costsTooMuch(bytes)) {
+    if (parser == nullptr || bytes.size() > mostBytes) {
+        return nullptr;
+    }
+    if (costsTooMuch(bytes)) {
+        xmlGenericError(xmlGenericErrorContext, "%s: too many attributes, names or declarations\n", name);
         return nullptr;
     }
     const int options = XML_PARSE_NONET | (blanks == Blanks::dropped ? XML_PARSE_NOBLANKS : 0);
     Document document(xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), name,
                                         nullptr, options));
     if (document != nullptr && EntityGrowth(document.get()).exceeds(mostEntityText)) {
+        xmlGenericError(xmlGenericErrorContext, "%s: entities that grow beyond bounds\n", name);
         return nullptr;
     }
     return document;
