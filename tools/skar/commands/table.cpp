@@ -6,6 +6,7 @@
 #include "commands/info.h"
 #include "commands/plot.h"
 #include "commands/simulate.h"
+#include "commands/vessel.h"
 
 #include <vector>
 
@@ -19,6 +20,7 @@ std::span<const Command> commands() {
         {"contacts", "List, add and remove the contacts of a line", declareContacts},
         {"import", "Write the sensors of raw files into a line", declareImport},
         {"plot", "Draw track, depths and motion of a line", declarePlot},
+        {"vessel", "Show and check the configuration of a vessel", declareVessel},
         {"simulate", "Write a line with a simulated vessel", declareSimulate},
     };
     return table;
