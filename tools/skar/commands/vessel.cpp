@@ -33,6 +33,10 @@ namespace fs = std::filesystem;
 
 constexpr const char* noEnd = "-";
 
+std::string counted(std::uint64_t count, const char* one, const char* many) {
+    return fmt::format("{} {}", count, count == 1 ? one : many);
+}
+
 fs::path existingFile(const std::string& text) {
     // Both separators name the same file, as in the path of a line.
     const fs::path path = linePath(text).native;
@@ -57,6 +61,7 @@ std::string placeOf(const fs::path& path, std::uint64_t line) {
 
 std::unique_ptr<SKARVessel> loaded(const fs::path& path) {
     long status = 0;
+    const vessel::QuietXml quiet;
     auto vessel = std::make_unique<SKARVessel>(linePath(path.string()).store.c_str(), status);
     if (status != 0) {
         throw ToolError(fmt::format("{}: the library does not load it, {}", printable(path.string()),
@@ -322,6 +327,7 @@ int checkFile(const Options& options, const Common& common) {
     // The library's own word, on what this command has nothing against.
     if (report.errors() == 0) {
         long status = 0;
+        const vessel::QuietXml quiet;
         const SKARVessel vessel(linePath(path.string()).store.c_str(), status);
         if (status != 0)
             report.error("refused", 0,
@@ -346,9 +352,6 @@ int checkFile(const Options& options, const Common& common) {
         }
         if (report.unlisted() > 0) fmt::print("{} more not listed; --limit 0 lists all\n", report.unlisted());
         if (document.legacy) fmt::print("A text file of version 1 is made XML by skar vessel convert.\n");
-        const auto counted = [](std::uint64_t count, const char* one, const char* many) {
-            return fmt::format("{} {}", count, count == 1 ? one : many);
-        };
         fmt::print("{} with {} checked: {}, {}\n",
                    counted(checked.lists, "kind of sensor", "kinds of sensors"),
                    counted(checked.entries, "entry", "entries"), counted(report.errors(), "error", "errors"),

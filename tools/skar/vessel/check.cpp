@@ -148,7 +148,8 @@ private:
             } else if (std::ranges::find(seen, part) != seen.end()) {
                 error("repeated", each, fmt::format("a second {}; the first one counts", part->name));
             } else {
-                seen.push_back(part);
+                // Only an extent that is whole ends the search for one.
+                if (known.rule != Rule::shape || part->hasRows() || isExtent(each)) seen.push_back(part);
                 parts(each, *part);
             }
         }

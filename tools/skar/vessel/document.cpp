@@ -3,6 +3,7 @@
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 
+#include <algorithm>
 #include <fstream>
 
 namespace skar::tool::vessel {
@@ -20,7 +21,8 @@ void keepFirst(void* context, Error error) {
     auto& fault = *static_cast<Fault*>(static_cast<xmlParserCtxt*>(context)->_private);
     if (!fault.text.empty() || error->level < XML_ERR_ERROR || error->message == nullptr) return;
     fault.text = error->message;
-    fault.text.erase(fault.text.find_last_not_of("\n ") + 1);
+    fault.text.erase(std::min(fault.text.find('\n'), fault.text.size()));
+    if (fault.text.starts_with("Excessive depth")) fault.text = "elements within elements, too deep";
     fault.line = static_cast<std::uint64_t>(error->line);
 }
 
@@ -62,6 +64,14 @@ Document parseVessel(std::string_view bytes) {
     document.failure = fault.text.empty() ? "empty" : fault.text;
     document.line = fault.line;
     return document;
+}
+
+QuietXml::QuietXml() : before_(xmlGenericError), context_(xmlGenericErrorContext) {
+    xmlSetGenericErrorFunc(nullptr, [](void*, const char*, ...) {});
+}
+
+QuietXml::~QuietXml() {
+    xmlSetGenericErrorFunc(context_, before_);
 }
 
 std::optional<std::string> readVessel(const std::string& path) {

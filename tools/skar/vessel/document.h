@@ -1,6 +1,7 @@
 #pragma once
 
 #include <libxml/tree.h>
+#include <libxml/xmlerror.h>
 
 #include <cstdint>
 #include <memory>
@@ -31,6 +32,19 @@ Document parseVessel(std::string_view bytes);
 
 // The bytes of a file; nothing for one that cannot be read or is larger than the library would read.
 std::optional<std::string> readVessel(const std::string& path);
+
+// Keeps libxml2 from writing to standard error while it lives.
+class QuietXml {
+public:
+    QuietXml();
+    ~QuietXml();
+    QuietXml(const QuietXml&) = delete;
+    QuietXml& operator=(const QuietXml&) = delete;
+
+private:
+    xmlGenericErrorFunc before_;
+    void* context_;
+};
 
 const xmlNode* firstElement(const xmlNode* parent);
 const xmlNode* nextElement(const xmlNode* element);
