@@ -4,6 +4,7 @@
 #include "families.h"
 #include "import/lineattributes.h"
 #include "import/lineimport.h"
+#include "import/linevessel.h"
 #include "progress.h"
 #include "sensoroutput.h"
 #include "timetext.h"
@@ -109,8 +110,23 @@ std::string namesOf(const PlannedAttributes& planned) {
     return names;
 }
 
+std::string vesselText(const ImportedVessel& vessel) {
+    const std::string file = printable(vessel.file.string());
+    if (!vessel.isNew) return fmt::format("Vessel file {}: was there, left as it is", file);
+    return fmt::format("Vessel file {}: new, {} entries from the installation parameters of {}", file,
+                       vessel.entries, printable(vessel.origin));
+}
+
+Json vesselJson(const std::optional<ImportedVessel>& vessel) {
+    if (!vessel) return nullptr;
+    return {{"file", vessel->file.string()},
+            {"new", vessel->isNew},
+            {"entries", vessel->entries},
+            {"of", vessel->origin}};
+}
+
 void printText(const LinePath& line, const std::vector<RawFile>& files, const ImportPlan& plan,
-               const std::vector<std::string>& said) {
+               const std::vector<std::string>& said, const std::optional<ImportedVessel>& vessel) {
     fmt::print("Line    {}\n", printable(line.native.string()));
     fmt::print("Times   {}\n", "UTC; kept as " + std::string(timeScale));
     fmt::print("Units   {}\n\n", units);
@@ -134,6 +150,7 @@ void printText(const LinePath& line, const std::vector<RawFile>& files, const Im
     table.print();
     for (const std::string& text : said)
         fmt::print("\n{}\n", text);
+    if (vessel) fmt::print("\n{}\n", vesselText(*vessel));
     for (const RawFile& file : files) {
         fmt::print("\n{}: {}\n", printable(file.name), file.data.format);
         for (const Finding& finding : findings(file, plan)) {
@@ -152,7 +169,7 @@ void printText(const LinePath& line, const std::vector<RawFile>& files, const Im
 }
 
 Json toJson(const LinePath& line, const std::vector<RawFile>& files, const ImportPlan& plan,
-            const std::vector<std::string>& said, bool lost) {
+            const std::vector<std::string>& said, const std::optional<ImportedVessel>& vessel, bool lost) {
     Json json = {{"line", line.native.string()},
                  {"timeScale", timeScale},
                  {"units", units},
@@ -160,6 +177,7 @@ Json toJson(const LinePath& line, const std::vector<RawFile>& files, const Impor
                  {"remarks", said},
                  {"segments", Json::array()},
                  {"attributeFiles", Json::array()},
+                 {"vesselFile", vesselJson(vessel)},
                  {"files", Json::array()}};
     StoreClock clock;
     for (const PlannedSegment& segment : plan.segments) {
@@ -246,15 +264,18 @@ int run(const Options& options, const Common& common) {
         writeImport(line, plan, [&](std::uint64_t done) { progress.show(done); });
         writeAttributes(line, plan);
     }
+    // Whoever picks sensors wants those and nothing else.
+    const std::optional<ImportedVessel> vessel =
+        options.sensors.empty() ? importVessel(line, files) : std::nullopt;
 
     const bool lost = plan.anyLoss() || std::ranges::any_of(files, [](const RawFile& file) {
                           return file.data.problems.anyLoss();
                       });
     const std::vector<std::string> said = remarks(plan);
     if (common.json)
-        printJson(toJson(line, files, plan, said, lost));
+        printJson(toJson(line, files, plan, said, vessel, lost));
     else
-        printText(line, files, plan, said);
+        printText(line, files, plan, said, vessel);
     return lost ? exitLoss : exitSuccess;
 }
 
@@ -278,7 +299,8 @@ Run declareImport(CLI::App& app) {
         "Every file becomes one line segment per sensor, in order of time. Directories of the line that\n"
         "are missing are made; its root must exist. Only systems that the file names as active are\n"
         "loaded. What a file holds beyond that is listed. Heave keeps the sign of its file, which the\n"
-        "output states.\n"
+        "output states. Where the vessel has no file yet, the installation parameters of EM files make a\n"
+        "first one, <root>/VesselConfig/<vessel>.skv; not with --sensors.\n"
         "Exit status 3: some of a file was damaged or without a date and is not in the line; the output\n"
         "says what and how much.");
     return [options](const Common& common) { return run(*options, common); };

@@ -4,6 +4,7 @@
 #include "commands/output.h"
 #include "contactlist.h"
 #include "families.h"
+#include "import/linevessel.h"
 #include "progress.h"
 #include "timetext.h"
 
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <limits>
 #include <numbers>
 #include <optional>
@@ -304,6 +306,13 @@ Json contactsJson(const ContactInfo& contacts) {
             {"unreadable", contacts.unreadable}};
 }
 
+// Empty where the vessel has none.
+std::string vesselFile(const LinePath& line) {
+    const std::filesystem::path file = vesselFileOf(line);
+    std::error_code ignored;
+    return std::filesystem::exists(file, ignored) ? file.string() : std::string();
+}
+
 void printText(const LinePath& line, const std::vector<SensorInfo>& sensors,
                const std::vector<AttributeInfo>& attributes, const std::optional<ContactInfo>& contacts,
                const std::vector<std::string>& others, bool full) {
@@ -321,6 +330,8 @@ void printText(const LinePath& line, const std::vector<SensorInfo>& sensors,
     }
     printAttributes(attributes);
     printContacts(contacts);
+    if (const std::string file = vesselFile(line); !file.empty())
+        fmt::print("\nVessel file  {}\n", printable(file));
     if (!others.empty()) {
         fmt::print("\nOther files\n");
         for (const std::string& name : others)
@@ -435,6 +446,7 @@ int run(const Options& options, const Common& common) {
             json["sensors"].push_back(sensorJson(sensor));
         json["attributeFiles"] = attributesJson(attributes);
         if (contacts) json["contacts"] = contactsJson(*contacts);
+        if (const std::string file = vesselFile(line); !file.empty()) json["vesselFile"] = file;
         printJson(json);
     } else {
         printText(line, sensors, attributes, contacts, others, options.full);

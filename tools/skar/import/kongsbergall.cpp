@@ -1,5 +1,6 @@
 #include "import/kongsbergall.h"
 
+#include "import/kongsberginstallation.h"
 #include "import/kongsbergswath.h"
 
 #include <algorithm>
@@ -7,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
+#include <map>
 #include <set>
 
 namespace skar::import {
@@ -153,6 +155,7 @@ public:
     void depths(const KongsbergFrame& frame, Micros time);
     void ranges(const KongsbergFrame& frame, Micros time);
     void image(const KongsbergFrame& frame, Micros time);
+    void installation(const KongsbergFrame& frame, Micros time);
 
     void keepPlace(const KongsbergFrame& frame, std::optional<Micros> time) {
         data_.index.push_back({frame.offset, time.value_or(RawRecord::untimed), frame.type, frame.size});
@@ -181,6 +184,7 @@ private:
 
     void soundSpeed(Micros time, double speed, double depth, std::uint32_t status, std::uint64_t offset);
     void numberHeads();
+    void layOut();
 
     RawData data_;
     LeftOutCounter leftOut_;
@@ -188,6 +192,13 @@ private:
     KongsbergRanges ranges_;
     KongsbergSeabedImage image_;
     std::vector<TimedValue> headingSeries_; // from the active compass, should no motion sensor give it
+    struct Fitting {
+        Micros time = 0;
+        std::uint64_t offset = 0;
+        KongsbergInstallation parameters;
+    };
+    std::vector<Fitting> fittings_;
+    std::map<std::uint32_t, std::uint32_t> beams_; // most in a ping of each head, by its serial number
     std::set<int> motionSensors_;
     std::set<int> headingSensors_;
     std::set<int> positionSystems_;
@@ -305,6 +316,8 @@ void AllImport::depths(const KongsbergFrame& frame, Micros time) {
     if (depths_.beams.empty()) return leftOut_.add("XYZ 88", "ping without beams");
     PingPlace place = placeOf(frame, time);
     place.oriented = depths_.headingStated();
+    std::uint32_t& most = beams_[place.head];
+    most = std::max(most, static_cast<std::uint32_t>(depths_.beams.size()));
     data_.depthPings.records.push_back(place);
 }
 
@@ -324,6 +337,32 @@ void AllImport::image(const KongsbergFrame& frame, Micros time) {
     const std::size_t port = image_.samplesToPort();
     place.samples = static_cast<std::uint32_t>(std::max(port, image_.samples.size() - port));
     data_.imagePings.records.push_back(place);
+}
+
+void AllImport::installation(const KongsbergFrame& frame, Micros time) {
+    Fitting fitting{time, frame.offset, {}};
+    if (!decode(frame, fitting.parameters)) return problems().add(ProblemKind::length, frame.offset);
+    // Most files repeat at their end, or at every pause, what they said at their beginning.
+    if (fittings_.empty() || fittings_.back().parameters.fields != fitting.parameters.fields)
+        fittings_.push_back(std::move(fitting));
+}
+
+// At the end, when it is known how many beams the heads have.
+void AllImport::layOut() {
+    for (const Fitting& fitting : fittings_) {
+        std::uint64_t bad = 0;
+        Installation installation = layoutOf(fitting.parameters, beams_, bad);
+        if (bad != 0) problems().add(ProblemKind::badValue, fitting.offset);
+        if (installation == Installation()) {
+            leftOut_.add("installation parameters", "nothing in them that a vessel file holds");
+            continue;
+        }
+        if (!installation.sonar)
+            leftOut_.add("installation parameters of transducers", "their arrangement is not known");
+        auto& all = data_.installations;
+        if (all.empty() || all.back().installation != installation)
+            all.push_back({fitting.time, std::move(installation)});
+    }
 }
 
 void AllImport::numberHeads() {
@@ -348,6 +387,7 @@ void AllImport::numberHeads() {
 
 RawData AllImport::finish() {
     numberHeads();
+    layOut();
     if (!data_.soundSpeeds.records.empty())
         data_.soundSpeeds.origin = "sound speed at transducer and profile";
     auto& gyro = data_[ScalarKind::gyro];
@@ -411,7 +451,7 @@ struct DatagramType {
     const char* name;
     void (AllImport::*load)(const KongsbergFrame& frame, Micros time);
 };
-constexpr std::array<DatagramType, 20> datagramTypes{{
+constexpr std::array<DatagramType, 21> datagramTypes{{
     {'A', "attitude", &AllImport::attitude},
     {'C', "clock", &AllImport::clock},
     {'H', "heading", &AllImport::heading},
@@ -420,8 +460,9 @@ constexpr std::array<DatagramType, 20> datagramTypes{{
     {'1', "PU status", nullptr},
     {'3', "extra parameters", nullptr},
     {'G', "surface sound speed", &AllImport::surfaceSpeed},
-    {'I', "installation parameters (start)", nullptr},
-    {'i', "installation parameters (stop)", nullptr},
+    {'I', "installation parameters (start)", &AllImport::installation},
+    {'i', "installation parameters (stop)", &AllImport::installation},
+    {'r', "installation parameters (remote)", &AllImport::installation},
     {'N', "raw range and angle 78", &AllImport::ranges},
     {'O', "quality factor 79", nullptr},
     {'R', "runtime parameters", nullptr},

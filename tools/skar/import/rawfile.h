@@ -1,6 +1,7 @@
 #pragma once
 
 #include "import/bytes.h"
+#include "import/installation.h"
 
 #include <array>
 #include <cstdint>
@@ -201,6 +202,12 @@ struct LeftOut {
     std::string reason;
 };
 
+// How the vessel was fitted out from a time on.
+struct TimedInstallation {
+    Micros time = 0;
+    Installation installation;
+};
+
 struct RawData {
     std::string format;
     Series<PositionFix> navigation;
@@ -212,7 +219,8 @@ struct RawData {
     Series<PositionFix> fishNavigation;
     Series<PingPlace> imagePings;
     Series<ErrorFigures> errorFigures;
-    std::vector<RawRecord> index; // in the order of the file
+    std::vector<RawRecord> index;                 // in the order of the file
+    std::vector<TimedInstallation> installations; // in the order of the file, without repetitions
     Problems problems;
     std::vector<LeftOut> leftOut;
     std::vector<std::string> conventions; // signs, frames and time scale, a sentence each
