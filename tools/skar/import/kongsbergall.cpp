@@ -440,6 +440,8 @@ RawData AllImport::finish() {
             "Samples of seabed images are kept as 0.1 dB above -3276.8 dB, 0 where there is none.");
     if (!data_.soundSpeeds.records.empty())
         say.emplace_back("A sound speed profile has the time of its datagram, not that of its cast.");
+    if (!data_.installations.empty())
+        say.emplace_back("Offsets of the vessel are x to starboard, y forward, z down.");
     data_.leftOut = leftOut_.take();
     sortByTime(data_);
     return std::move(data_);

@@ -1,5 +1,6 @@
 #include "vessel/document.h"
 
+#include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/xmlerror.h>
 
@@ -24,6 +25,17 @@ void keepFirst(void* context, Error error) {
     fault.text.erase(std::min(fault.text.find('\n'), fault.text.size()));
     if (fault.text.starts_with("Excessive depth")) fault.text = "elements within elements, too deep";
     fault.line = static_cast<std::uint64_t>(error->line);
+}
+
+// The nodes themselves have room for lines up to 65535 only.
+void startElement(void* context, const xmlChar* name, const xmlChar* prefix, const xmlChar* uri,
+                  int numNamespaces, const xmlChar** namespaces, int numAttributes, int numDefaulted,
+                  const xmlChar** attributes) {
+    xmlSAX2StartElementNs(context, name, prefix, uri, numNamespaces, namespaces, numAttributes, numDefaulted,
+                          attributes);
+    const auto* parser = static_cast<xmlParserCtxt*>(context);
+    if (parser->node != nullptr)
+        parser->node->_private = reinterpret_cast<void*>(static_cast<std::uintptr_t>(parser->input->line));
 }
 
 void dropText(void*, const char*, ...) {}
@@ -56,7 +68,8 @@ Document parseVessel(std::string_view bytes) {
     Fault fault;
     parser->_private = &fault;
     parser->sax->serror = [](void* context, auto error) { keepFirst(context, error); };
-    constexpr int options = XML_PARSE_NONET | XML_PARSE_NOBLANKS | XML_PARSE_BIG_LINES;
+    parser->sax->startElementNs = startElement;
+    constexpr int options = XML_PARSE_NONET | XML_PARSE_NOBLANKS;
     document.tree.reset(xmlCtxtReadMemory(parser.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
                                           nullptr, options));
     if (document.tree != nullptr) {
@@ -111,8 +124,8 @@ std::string nameOf(const xmlNode* element) {
 }
 
 std::uint64_t lineOf(const xmlNode* node) {
-    const long line = xmlGetLineNo(node);
-    return line < 0 ? 0 : static_cast<std::uint64_t>(line);
+    if (node->type == XML_ELEMENT_NODE) return reinterpret_cast<std::uintptr_t>(node->_private);
+    return static_cast<std::uint64_t>(std::max(xmlGetLineNo(node), 0L));
 }
 
 std::optional<std::string> attributeOf(const xmlNode* element, const char* name) {
