@@ -43,7 +43,8 @@ protected:
     Json entries(const std::string& kind) const {
         const Outcome outcome = runSkar("vessel show --json " + vesselFile().string());
         EXPECT_EQ(outcome.status, 0) << outcome.err;
-        for (const Json& sensor : outcome.json()["sensors"]) {
+        const Json vessel = outcome.json();
+        for (const Json& sensor : vessel["sensors"]) {
             if (sensor["sensor"] == kind) return sensor["entries"];
         }
         return Json::array();

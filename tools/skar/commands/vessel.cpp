@@ -310,7 +310,9 @@ int show(const Options& options, const Common& common) {
     for (const Kind& kind : kinds)
         printKind(kind);
     if (kinds.empty()) fmt::print("\nNo sensors.\n");
-    if (findings != 0) fmt::print("\n{} findings in the file; skar vessel check lists them\n", findings);
+    if (findings != 0)
+        fmt::print("\n{} in the file; skar vessel check tells more\n",
+                   counted(findings, "finding", "findings"));
     return exitSuccess;
 }
 

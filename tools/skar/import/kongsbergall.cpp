@@ -357,7 +357,7 @@ void AllImport::layOut() {
             leftOut_.add("installation parameters", "nothing in them that a vessel file holds");
             continue;
         }
-        if (!installation.sonar)
+        if (!installation.sonar && fitting.parameters.fields.contains("S1X"))
             leftOut_.add("installation parameters of transducers", "their arrangement is not known");
         auto& all = data_.installations;
         if (all.empty() || all.back().installation != installation)
