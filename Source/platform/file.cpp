@@ -164,6 +164,13 @@ OpenMode parseMode(const char* mode) {
     return result;
 }
 
+std::FILE* closeKeepingErrno(int descriptor) {
+    const int error = errno;
+    ::close(descriptor);
+    errno = error;
+    return nullptr;
+}
+
 bool isDirectory(int descriptor) {
     struct stat info = {};
     return fstat(descriptor, &info) == 0 && S_ISDIR(info.st_mode);
@@ -276,12 +283,31 @@ std::FILE* FileBackend::open(const std::string& path, const char* mode, bool& ex
         return nullptr;
     }
     std::FILE* stream = fdopen(descriptor, mode);
-    if (stream == nullptr) {
-        const int error = errno;
-        ::close(descriptor);
-        errno = error;
+    return stream != nullptr ? stream : closeKeepingErrno(descriptor);
+}
+
+std::FILE* FileBackend::openOwn(const std::string& path) {
+    constexpr int flags = O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NOFOLLOW | O_NONBLOCK;
+    constexpr mode_t ownerOnly = 0600;
+    int descriptor = ::open(path.c_str(), flags | O_CREAT | O_EXCL, ownerOnly);
+    if (descriptor < 0 && errno == EEXIST) {
+        descriptor = ::open(path.c_str(), flags);
+        struct stat info = {};
+        if (descriptor >= 0 && (::fstat(descriptor, &info) != 0 || !S_ISREG(info.st_mode) ||
+                                info.st_uid != ::geteuid() || info.st_nlink != 1)) {
+            ::close(descriptor);
+            errno = EACCES;
+            return nullptr;
+        }
+        if (descriptor >= 0 && ::ftruncate(descriptor, 0) != 0) {
+            return closeKeepingErrno(descriptor);
+        }
     }
-    return stream;
+    if (descriptor < 0) {
+        return nullptr;
+    }
+    std::FILE* stream = fdopen(descriptor, "wb");
+    return stream != nullptr ? stream : closeKeepingErrno(descriptor);
 }
 
 bool FileBackend::status(const std::string& path, FileStatus& status) {
@@ -383,6 +409,15 @@ std::FILE* reopenFile(const wchar_t* path, const char* mode, std::FILE* stream) 
     return openFile(path, mode);
 }
 
+std::FILE* openOwnFile(const wchar_t* path) {
+    std::FILE* stream = nullptr;
+    onPath(path, [&](const std::string& native) {
+        stream = activeBackend->openOwn(native);
+        return stream != nullptr;
+    });
+    return stream;
+}
+
 bool readFile(const wchar_t* path, std::size_t most, std::string& bytes) {
     bytes.clear();
     std::FILE* stream = openFile(path, "rb");
@@ -441,9 +476,13 @@ bool renameBy(Rename rename, const wchar_t* from, const wchar_t* to) {
 
 } // namespace
 
-bool renameFile(const wchar_t* from, const wchar_t* to) { return renameBy(&FileBackend::rename, from, to); }
+bool renameFile(const wchar_t* from, const wchar_t* to) {
+    return renameBy(&FileBackend::rename, from, to);
+}
 
-bool replaceFile(const wchar_t* from, const wchar_t* to) { return renameBy(&FileBackend::replace, from, to); }
+bool replaceFile(const wchar_t* from, const wchar_t* to) {
+    return renameBy(&FileBackend::replace, from, to);
+}
 
 bool copyFile(const wchar_t* from, const wchar_t* to) {
     FileStatus one;
@@ -499,6 +538,10 @@ bool listDirectory(const wchar_t* path, std::vector<DirectoryEntry>& entries) {
 bool removeTree(const wchar_t* path) {
     const std::string native = nativePath(path);
     return native.empty() ? failed(native) : removeTreeAt(native);
+}
+
+int processNumber() noexcept {
+    return ::getpid();
 }
 
 std::wstring currentDirectory() {

@@ -70,6 +70,7 @@ public:
     virtual ~FileBackend() = default;
     // `existed` tells after a success whether the file was there before.
     virtual std::FILE* open(const std::string& path, const char* mode, bool& existed);
+    virtual std::FILE* openOwn(const std::string& path);
     virtual bool status(const std::string& path, FileStatus& status);
     virtual bool remove(const std::string& path);
     virtual bool rename(const std::string& from, const std::string& to);
@@ -89,6 +90,11 @@ FileBackend* setFileBackend(FileBackend* backend) noexcept;
 std::FILE* openFile(const wchar_t* path, const char* mode);
 // Closes the stream, if there is one, and opens the path. The stream given is gone whatever comes back.
 std::FILE* reopenFile(const wchar_t* path, const char* mode, std::FILE* stream);
+
+// Opens a file of the process's own for writing anew, in a directory that others may write to as well: a link
+// under the name is not followed, and a file of another user or with further names is left as it is. Nobody
+// else may read it. Null on failure, with errno and the last error set.
+std::FILE* openOwnFile(const wchar_t* path);
 
 // Reads a whole file; one of more than `most` bytes fails with EFBIG.
 bool readFile(const wchar_t* path, std::size_t most, std::string& bytes);
@@ -110,6 +116,8 @@ bool listDirectory(const wchar_t* path, std::vector<DirectoryEntry>& entries);
 // Removes a directory with all in it, and stops at the first entry that does not go. A link is removed, never
 // followed.
 bool removeTree(const wchar_t* path);
+
+int processNumber() noexcept;
 
 // The working directory of the process in wide native form; empty on failure.
 std::wstring currentDirectory();

@@ -4,6 +4,7 @@
 #include <skar/codes.h>
 #include <skar/paths.h>
 #include <skar/vessel.h>
+#include <skar/vesselimport.h>
 
 #include <libxml/parser.h>
 
@@ -110,8 +111,26 @@ long SKARVessel::read() {
     // A name that leads nowhere is found out by the parser.
     static_cast<void>(SKARIOUtils::resolveVesselName(resolved));
     document = skar::xml::parseFile(resolved.toWide().c_str(), skar::xml::Blanks::dropped);
-    if (document == nullptr) return codes::vesselImportUnreadable;
+    if (document == nullptr) return readVersion1(resolved.toWide());
     return readRoot();
+}
+
+// The text form has no extension, and its import names the vessel after what it read. A text that stands
+// under the name of a vessel file is found when there is none without the extension.
+long SKARVessel::readVersion1(const std::wstring& name) {
+    std::optional<std::wstring> kept = fileName;
+    std::wstring plain = name;
+    const std::wstring extension = extensionOf(name);
+    if (skar::vessel::equalsIgnoringCase(extension.c_str(), getDefaultExtension())) {
+        plain.resize(name.size() - extension.size());
+    }
+    long result = SKARVesselImport(plain.c_str(), this);
+    if (result == codes::vesselImportUnreadable && plain != name) {
+        result = SKARVesselImport(name.c_str(), this);
+    }
+    fileName = std::move(kept);
+    if (result == 0) modified = false;
+    return result;
 }
 
 long SKARVessel::readRoot() {

@@ -28,6 +28,7 @@
 #include <skar/time.h>
 #include <skar/tpe.h>
 #include <skar/version.h>
+#include <skar/vesselimport.h>
 #include <skar/vesseltmidx.h>
 #include <skar/xml.h>
 

@@ -233,7 +233,7 @@ public:
 private:
     long read();
     long readRoot();
-    long readVersion1();
+    long readVersion1(const std::wstring& name);
     template <class Kind>
     SKARVesselSensorList* findSensorList(const Kind& kind) const;
     template <class Kind>

@@ -1,0 +1,221 @@
+#include "vessel/legacy/convert.h"
+
+#include "vessel/fields.h"
+#include "xml/nodes.h"
+
+#include <skar/codes.h>
+#include <skar/vesselsensors.h>
+
+#include <algorithm>
+#include <numeric>
+#include <unordered_set>
+#include <vector>
+
+namespace skar::vessel::legacy {
+namespace {
+
+using Handle = MORVAType<SKARVesselSensorConfig>;
+
+// Calls a setter with a cleaned text, unless that is empty.
+template <class Setter>
+void give(const char* text, Setter set) {
+    const std::string_view clean = cleaned(text);
+    if (!clean.empty()) set(xml::wideOf(clean).c_str());
+}
+
+template <class Config>
+void setEquipment(Config& config, const EquipmentTexts& texts) {
+    give(texts.manufacturer, [&](const wchar_t* text) { config.setManufacturer(text); });
+    give(texts.model, [&](const wchar_t* text) { config.setModel(text); });
+    give(texts.serialNumber, [&](const wchar_t* text) { config.setSerialNumber(text); });
+}
+
+template <class Config>
+void setPosition(Config& config, const Offsets& offsets) {
+    config.setPositionOffsets(offsets.x, offsets.y, offsets.z);
+}
+
+SKARTransducerConfig transducer(const DepthEntry& entry, std::uint32_t number, std::uint32_t startBeam,
+                                const Offsets& position, double latency) {
+    SKARTransducerConfig made(number, startBeam, false);
+    made.setPositionOffset(position.x, position.y, position.z);
+    made.setLatency(latency);
+    setEquipment(made, entry.equipment);
+    return made;
+}
+
+long fill(SKARDepthConfig& config, const DepthEntry& entry) {
+    if (isSweep(entry)) {
+        config.setNavigationToBoomOffset(0, 0, 0);
+        config.setMRUToBoomOffset(0, 0, 0);
+        for (std::uint32_t beam = 1; beam <= entry.numberOfBeams; ++beam) {
+            const std::size_t row = beam - 1;
+            const Offsets position = {entry.sweepBeamOffsetX[row], entry.sweepBeamOffsetY[row],
+                                      entry.sweepBeamOffsetZ[row]};
+            SKARTransducerConfig made = transducer(entry, beam, beam, position, entry.latency);
+            made.setSweepTPEParameters(true, 0, 0, 100, 100);
+            config.addTransducer(made);
+        }
+        return 0;
+    }
+    SKARTransducerConfig first = transducer(entry, 1, entry.startBeam, entry.position, entry.latency);
+    first.setMountAngle(entry.mount.pitch, entry.mount.roll, entry.mount.azimuth);
+    config.addTransducer(first);
+    if (entry.secondHead) {
+        SKARTransducerConfig second = transducer(entry, 2, entry.startBeam2, entry.position2, entry.latency2);
+        second.setMountAngle(entry.mount2.pitch, entry.mount2.roll, entry.mount2.azimuth);
+        config.addTransducer(second);
+    }
+    return 0;
+}
+
+long fill(SKARTowedSSSConfig& config, const TowedEntry& entry) {
+    setEquipment(config, entry.equipment);
+    config.setLatency(entry.latency);
+    setPosition(config, entry.position);
+    config.setLaybackOffset(entry.layback);
+    return 0;
+}
+
+// The table is kept in the order of speed; rows that come in that order are added in one step each. Of rows
+// of one speed the last counts.
+long fill(SKARDraftConfig& config, const DraftEntry& entry) {
+    std::vector<std::size_t> order(entry.rows);
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_sort(order.begin(), order.end(), [&entry](std::size_t left, std::size_t right) {
+        return entry.vesselSpeed[left] < entry.vesselSpeed[right];
+    });
+    for (const std::size_t row : order)
+        config.setDraft(entry.vesselSpeed[row], entry.vesselDraft[row]);
+    config.setApplyFlag(entry.apply);
+    return 0;
+}
+
+long fill(SKARNavConfig& config, const NavigationEntry& entry) {
+    setEquipment(config, entry.equipment);
+    give(entry.ellipse, [&](const wchar_t* text) { config.setEllipseName(text); });
+    config.setLatency(entry.latency);
+    setPosition(config, entry.position);
+    return 0;
+}
+
+long fill(SKARWaterlineHeight& config, const WaterlineEntry& entry) {
+    config.setWaterLine(entry.height);
+    config.setApplyFlag(entry.apply);
+    return 0;
+}
+
+// Both heads, whether or not the text has anything on the second: the entry becomes one of a dual head.
+long fill(SKARSVPConfig& config, const SoundVelocityEntry& entry) {
+    config.setPositionOffsets(entry.position.x, entry.position.y, entry.position.z, false);
+    config.setPositionOffsets(entry.position2.x, entry.position2.y, entry.position2.z, true);
+    config.setMountAngle(entry.mount.pitch, entry.mount.roll, entry.mount.azimuth, false);
+    config.setMountAngle(entry.mount2.pitch, entry.mount2.roll, entry.mount2.azimuth, true);
+    return 0;
+}
+
+long fill(SKARHeaveConfig& config, const HeaveEntry& entry) {
+    setEquipment(config, entry.equipment);
+    config.setLatency(entry.latency);
+    setPosition(config, entry.position);
+    config.setHeaveOffset(entry.offset);
+    config.setApplyFlag(entry.apply);
+    return 0;
+}
+
+void setAngleOffset(SKARGyroConfig& config, double offset) {
+    config.setGyroOffset(offset);
+}
+
+void setAngleOffset(SKARPitchConfig& config, double offset) {
+    config.setPitchOffset(offset);
+}
+
+void setAngleOffset(SKARRollConfig& config, double offset) {
+    config.setRollOffset(offset);
+}
+
+template <class Config>
+long fill(Config& config, const AngleEntry& entry) {
+    setEquipment(config, entry.equipment);
+    config.setLatency(entry.latency);
+    setAngleOffset(config, entry.offset);
+    config.setApplyFlag(entry.apply);
+    return 0;
+}
+
+template <class Config, class Entry>
+std::unique_ptr<Config> make(const Entry& entry, long& status) {
+    if constexpr (std::is_same_v<Config, SKARDepthConfig>) {
+        const std::wstring sensorClass = xml::wideOf(cleaned(entry.sensorClass));
+        return std::make_unique<Config>(entry.time, sensorClass.c_str(), status);
+    } else {
+        return std::make_unique<Config>(entry.time, status);
+    }
+}
+
+// Entries up to the first whose time is taken are added in the order of time, in which a list takes each in
+// one step, however the file has them. That first one gets its code from the vessel.
+long addInOrder(std::vector<Handle>& entries, const SKARVesselSensorList* before, SKARVessel& vessel) {
+    std::unordered_set<double> taken;
+    if (before != nullptr) {
+        const SKARVesselSensorConfig* each = before->getFirstConfig();
+        for (; each != nullptr; each = before->getNextConfig(each))
+            taken.insert(each->getTimeStamp());
+    }
+    const auto repeated = std::find_if(entries.begin(), entries.end(), [&taken](const Handle& entry) {
+        return !taken.insert(entry->getTimeStamp()).second;
+    });
+    std::sort(entries.begin(), repeated, [](const Handle& left, const Handle& right) {
+        return left->getTimeStamp() < right->getTimeStamp();
+    });
+    const auto end = repeated == entries.end() ? repeated : repeated + 1;
+    for (auto entry = entries.begin(); entry != end; ++entry) {
+        if (const long result = vessel.addSensor(*entry); result != 0) return result;
+    }
+    return 0;
+}
+
+template <class Config, class Entry>
+long addList(const Entry* entry, SKARVessel& vessel) {
+    std::vector<Handle> made;
+    for (; entry != nullptr; entry = entry->next) {
+        long status = 0;
+        std::unique_ptr<Config> config = make<Config>(*entry, status);
+        if (status == 0) status = fill(*config, *entry);
+        if (status != 0) return status;
+        give(entry->remarks.comment, [&](const wchar_t* text) { config->setComment(text); });
+        give(entry->remarks.authorization, [&](const wchar_t* text) { config->setAuthorization(text); });
+        made.emplace_back(std::move(config));
+    }
+    return addInOrder(made, vessel.getSensorList(typeid(Config)), vessel);
+}
+
+} // namespace
+
+std::string_view cleaned(const char* text) noexcept {
+    constexpr const char* ends = " \"\t\n";
+    std::string_view clean = text == nullptr ? std::string_view() : std::string_view(text);
+    clean.remove_prefix(std::min(clean.find_first_not_of(ends), clean.size()));
+    return clean.substr(0, clean.find_last_not_of(ends) + 1);
+}
+
+bool isSweep(const DepthEntry& entry) {
+    return equalsIgnoringCase(xml::wideOf(cleaned(entry.sensorClass)).c_str(), L"Sweep");
+}
+
+long convert(const _vesselConfig& tree, SKARVessel& vessel) {
+    long result = addList<SKARDepthConfig>(tree.depth, vessel);
+    if (result == 0) result = addList<SKARTowedSSSConfig>(tree.towed, vessel);
+    if (result == 0) result = addList<SKARDraftConfig>(tree.draft, vessel);
+    if (result == 0) result = addList<SKARNavConfig>(tree.navigation, vessel);
+    if (result == 0) result = addList<SKARWaterlineHeight>(tree.waterline, vessel);
+    if (result == 0) result = addList<SKARSVPConfig>(tree.soundVelocity, vessel);
+    if (result == 0) result = addList<SKARGyroConfig>(tree.gyro, vessel);
+    if (result == 0) result = addList<SKARHeaveConfig>(tree.heave, vessel);
+    if (result == 0) result = addList<SKARPitchConfig>(tree.pitch, vessel);
+    if (result == 0) result = addList<SKARRollConfig>(tree.roll, vessel);
+    return result;
+}
+
+} // namespace skar::vessel::legacy

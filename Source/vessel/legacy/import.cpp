@@ -1,0 +1,52 @@
+#include "vessel/legacy/convert.h"
+#include "vessel/legacy/parse.h"
+
+#include <skar/codes.h>
+#include <skar/vesselimport.h>
+
+#include <mutex>
+#include <new>
+
+namespace codes = skar::codes;
+namespace legacy = skar::vessel::legacy;
+
+namespace {
+
+// One parse at a time in the process: all of them have one trace file.
+std::mutex& parseLock() {
+    static std::mutex lock;
+    return lock;
+}
+
+long import(const wchar_t* fileName, SKARVessel& vessel) {
+    std::string text;
+    legacy::Tree tree;
+    {
+        const std::lock_guard<std::mutex> held(parseLock());
+        if (legacy::readText(fileName, text)) tree = legacy::parse(text);
+    }
+    if (tree == nullptr) return codes::vesselImportUnreadable;
+    if (tree->navigation == nullptr) return codes::vesselImportNoNavigation;
+    if (const long result = legacy::convert(*tree, vessel); result != 0) return result;
+    if (std::optional<SKARVesselShape> shape = legacy::readOutline(text)) vessel.setVesselShape(*shape);
+    const std::wstring name = std::wstring(fileName) + SKARVessel::getDefaultExtension();
+    return vessel.setFileName(name.c_str(), false);
+}
+
+} // namespace
+
+long SKARVesselImport(const wchar_t* fileName, SKARVessel* vessel) {
+    if (fileName == nullptr) return codes::vesselImportUnreadable;
+    if (vessel == nullptr) return codes::failed;
+    try {
+        return import(fileName, *vessel);
+    } catch (const std::bad_alloc&) {
+        return codes::outOfMemory;
+    }
+}
+
+long SKARVesselConvert(const wchar_t* fileName) {
+    SKARVessel vessel;
+    if (const long result = SKARVesselImport(fileName, &vessel); result != 0) return result;
+    return vessel.store();
+}
