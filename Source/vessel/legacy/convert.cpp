@@ -61,7 +61,7 @@ long fill(SKARDepthConfig& config, const DepthEntry& entry) {
     SKARTransducerConfig first = transducer(entry, 1, entry.startBeam, entry.position, entry.latency);
     first.setMountAngle(entry.mount.pitch, entry.mount.roll, entry.mount.azimuth);
     config.addTransducer(first);
-    if (entry.secondHead) {
+    if (entry.startBeam2 != 0) {
         SKARTransducerConfig second = transducer(entry, 2, entry.startBeam2, entry.position2, entry.latency2);
         second.setMountAngle(entry.mount2.pitch, entry.mount2.roll, entry.mount2.azimuth);
         config.addTransducer(second);
@@ -204,18 +204,22 @@ bool isSweep(const DepthEntry& entry) {
     return equalsIgnoringCase(xml::wideOf(cleaned(entry.sensorClass)).c_str(), L"Sweep");
 }
 
-long convert(const _vesselConfig& tree, SKARVessel& vessel) {
-    long result = addList<SKARDepthConfig>(tree.depth, vessel);
-    if (result == 0) result = addList<SKARTowedSSSConfig>(tree.towed, vessel);
-    if (result == 0) result = addList<SKARDraftConfig>(tree.draft, vessel);
-    if (result == 0) result = addList<SKARNavConfig>(tree.navigation, vessel);
-    if (result == 0) result = addList<SKARWaterlineHeight>(tree.waterline, vessel);
-    if (result == 0) result = addList<SKARSVPConfig>(tree.soundVelocity, vessel);
-    if (result == 0) result = addList<SKARGyroConfig>(tree.gyro, vessel);
-    if (result == 0) result = addList<SKARHeaveConfig>(tree.heave, vessel);
-    if (result == 0) result = addList<SKARPitchConfig>(tree.pitch, vessel);
-    if (result == 0) result = addList<SKARRollConfig>(tree.roll, vessel);
-    return result;
+long convert(const Tree& tree, std::string_view text, SKARVessel& vessel) {
+    if (tree == nullptr) return codes::vesselImportUnreadable;
+    if (tree->navigation == nullptr) return codes::vesselImportNoNavigation;
+    long result = addList<SKARDepthConfig>(tree->depth, vessel);
+    if (result == 0) result = addList<SKARTowedSSSConfig>(tree->towed, vessel);
+    if (result == 0) result = addList<SKARDraftConfig>(tree->draft, vessel);
+    if (result == 0) result = addList<SKARNavConfig>(tree->navigation, vessel);
+    if (result == 0) result = addList<SKARWaterlineHeight>(tree->waterline, vessel);
+    if (result == 0) result = addList<SKARSVPConfig>(tree->soundVelocity, vessel);
+    if (result == 0) result = addList<SKARGyroConfig>(tree->gyro, vessel);
+    if (result == 0) result = addList<SKARHeaveConfig>(tree->heave, vessel);
+    if (result == 0) result = addList<SKARPitchConfig>(tree->pitch, vessel);
+    if (result == 0) result = addList<SKARRollConfig>(tree->roll, vessel);
+    if (result != 0) return result;
+    if (std::optional<SKARVesselShape> shape = readOutline(text)) vessel.setVesselShape(*shape);
+    return 0;
 }
 
 } // namespace skar::vessel::legacy

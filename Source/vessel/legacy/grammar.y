@@ -73,16 +73,13 @@ statement:
 depthFields: %empty | depthFields depthField ;
 depthField:
     remark | equipment | latency | position | mount
-  | position2 { parser.depth().secondHead = true; }
-  | mount2 { parser.depth().secondHead = true; }
-  | LATENCY2 NUMBER { parser.depth().latency2 = $2; parser.depth().secondHead = true; }
+  | position2 { parser.secondHead(); }
+  | mount2 { parser.secondHead(); }
+  | LATENCY2 NUMBER { parser.depth().latency2 = $2; parser.secondHead(); }
   | CLASS TEXT { Parser::put(parser.depth().sensorClass, $2); }
-  | BEAMS NUMBER { if (!parser.count($2, parser.depth().numberOfBeams)) YYABORT; }
-  | STARTBEAM NUMBER { if (!parser.count($2, parser.depth().startBeam)) YYABORT; }
-  | STARTBEAM2 NUMBER {
-        if (!parser.count($2, parser.depth().startBeam2)) YYABORT;
-        parser.depth().secondHead = true;
-    }
+  | BEAMS NUMBER { if (!parser.count($2, 0, parser.depth().numberOfBeams)) YYABORT; }
+  | STARTBEAM NUMBER { if (!parser.count($2, 1, parser.depth().startBeam)) YYABORT; }
+  | STARTBEAM2 NUMBER { if (!parser.count($2, 1, parser.depth().startBeam2)) YYABORT; }
   | BEAM FLAG NUMBER NUMBER NUMBER { if (!parser.addBeam($2, {$3, $4, $5})) YYABORT; }
   ;
 

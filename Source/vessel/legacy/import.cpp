@@ -25,10 +25,7 @@ long import(const wchar_t* fileName, SKARVessel& vessel) {
         const std::lock_guard<std::mutex> held(parseLock());
         if (legacy::readText(fileName, text)) tree = legacy::parse(text);
     }
-    if (tree == nullptr) return codes::vesselImportUnreadable;
-    if (tree->navigation == nullptr) return codes::vesselImportNoNavigation;
-    if (const long result = legacy::convert(*tree, vessel); result != 0) return result;
-    if (std::optional<SKARVesselShape> shape = legacy::readOutline(text)) vessel.setVesselShape(*shape);
+    if (const long result = legacy::convert(tree, text, vessel); result != 0) return result;
     const std::wstring name = std::wstring(fileName) + SKARVessel::getDefaultExtension();
     return vessel.setFileName(name.c_str(), false);
 }

@@ -16,7 +16,7 @@ struct Surroundings {
 };
 
 // The most bytes that a text may have: the history of a ship is some thousand lines.
-inline constexpr std::size_t mostBytes = std::size_t{4} << 20;
+inline constexpr std::size_t mostBytes = std::size_t{1} << 20;
 
 // Reads a file with its line ends as line feeds. False if it cannot be read.
 bool readText(const wchar_t* fileName, std::string& text);

@@ -185,6 +185,7 @@ bool Parser::begin(Entry*& head, Entry*& last, double time) {
 }
 
 bool Parser::beginDepth(double time) {
+    secondHeadGiven = false;
     return begin(tree->depth, lastDepth, time);
 }
 
@@ -229,8 +230,9 @@ void Parser::put(char*& place, char* given) {
     place = given;
 }
 
-bool Parser::count(double number, std::uint32_t& place) {
-    if (number < 0 || number > std::numeric_limits<std::uint32_t>::max() || number != std::trunc(number)) {
+bool Parser::count(double number, std::uint32_t least, std::uint32_t& place) {
+    if (number < least || number > std::numeric_limits<std::uint32_t>::max() ||
+        number != std::trunc(number)) {
         message("syntax error");
         return false;
     }
@@ -284,7 +286,8 @@ bool Parser::addDraft(double speed, double draft) {
 bool Parser::endDepth() {
     const DepthEntry& entry = *lastDepth;
     const bool rowsAreNeeded = entry.rows > 0 || isSweep(entry);
-    if (rowsAreNeeded && entry.rows != entry.numberOfBeams) {
+    const bool rowsAreWrong = rowsAreNeeded && entry.rows != entry.numberOfBeams;
+    if (rowsAreWrong || (secondHeadGiven && entry.startBeam2 == 0)) {
         message("syntax error");
         return false;
     }

@@ -63,11 +63,13 @@ public:
 
     // The text is the place's from then on.
     static void put(char*& place, char* text);
-    // False, after a message, for what is no whole number of 32 bits.
-    bool count(double number, std::uint32_t& place);
+    // False, after a message, for what is no whole number of 32 bits or less than the least.
+    bool count(double number, std::uint32_t least, std::uint32_t& place);
+    // Something on a second head was given.
+    void secondHead() { secondHeadGiven = true; }
     bool addBeam(bool disabled, const Offsets& offsets);
     bool addDraft(double speed, double draft);
-    // False, after a message, if the rows are not as many as the beams.
+    // False, after a message, if the rows are not as many as the beams, or a second head has no start beam.
     bool endDepth();
 
 private:
@@ -83,6 +85,7 @@ private:
     std::FILE* trace = nullptr;
     Tree tree;
     bool failed = false;
+    bool secondHeadGiven = false;
 
     DepthEntry* lastDepth = nullptr;
     AngleEntry* lastGyro = nullptr;

@@ -36,7 +36,8 @@ struct DepthEntry {
     double time = 0;
     char* sensorClass = nullptr;
     std::uint32_t numberOfBeams = 0;
-    std::uint32_t startBeam = 0;
+    std::uint32_t startBeam = 1;
+    // 0 without a second head.
     std::uint32_t startBeam2 = 0;
     EquipmentTexts equipment;
     Offsets position;
@@ -45,7 +46,6 @@ struct DepthEntry {
     Angles mount2;
     double latency = 0;
     double latency2 = 0;
-    bool secondHead = false;
     // One element per beam, as many as there are rows.
     std::size_t rows = 0;
     bool* beamDisabled = nullptr;
