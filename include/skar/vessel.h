@@ -195,8 +195,8 @@ public:
     bool isModified() const noexcept { return modified; }
 
     // Reads the file again: lists are replaced, the points of the shape are added to those that are there. 0,
-    // 5100001 for XML that is no vessel, 5000401 for what is no XML, or the code of the entry that stopped
-    // it.
+    // 5100001 for XML that is no vessel, 5000401 for what is neither XML nor a legacy text, or the code of
+    // what stopped it.
     long reload();
     // Writes the document, made up to date. 0, 5100005 without memory, -1 if the file could not be written;
     // one that was there before is then as it was.

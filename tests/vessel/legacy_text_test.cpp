@@ -186,12 +186,12 @@ TEST_F(LegacyTest, NumbersAreDecimalWhateverTheLocale) {
         }
     };
     check();
-    const DecimalComma comma;
-    if (!comma) GTEST_SKIP() << "no locale with a decimal comma";
-    check();
     for (const char* wrong : {"0x10", "inf", "nan", "--1", "1e", "1,5", "."})
         EXPECT_EQ(import(statement("NAVIGATION", "2001-001-00:00", std::string("LATENCY ") + wrong)), 5000401)
             << wrong;
+    const DecimalComma comma;
+    if (!comma) GTEST_SKIP() << "no locale with a decimal comma";
+    check();
 }
 
 TEST_F(LegacyTest, CommentsAndLineEndsAreNothing) {
