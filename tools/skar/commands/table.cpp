@@ -20,7 +20,7 @@ std::span<const Command> commands() {
         {"contacts", "List, add and remove the contacts of a line", declareContacts},
         {"import", "Write the sensors of raw files into a line", declareImport},
         {"plot", "Draw track, depths and motion of a line", declarePlot},
-        {"vessel", "Show and check the configuration of a vessel", declareVessel},
+        {"vessel", "Show, check and convert the configuration of a vessel", declareVessel},
         {"simulate", "Write a line with a simulated vessel", declareSimulate},
     };
     return table;

@@ -9,10 +9,12 @@
 
 #include <skar/codes.h>
 #include <skar/vessel.h>
+#include <skar/vesselimport.h>
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -59,10 +61,31 @@ std::string placeOf(const fs::path& path, std::uint64_t line) {
     return line == 0 ? printable(path.string()) : fmt::format("{}:{}", printable(path.string()), line);
 }
 
-std::unique_ptr<SKARVessel> loaded(const fs::path& path) {
+// The library reads what a name stands for: with its own extension behind it where there is such a file.
+fs::path withExtension(const fs::path& path) {
+    return path.string() + narrowText(SKARVessel::getDefaultExtension());
+}
+
+bool isHidden(const fs::path& path) {
+    std::string extension = path.extension().string();
+    std::ranges::transform(extension, extension.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    std::error_code ignored;
+    return extension != narrowText(SKARVessel::getDefaultExtension()) &&
+           fs::exists(withExtension(path), ignored);
+}
+
+std::unique_ptr<SKARVessel> loaded(const fs::path& path, bool legacy) {
+    const std::wstring name = linePath(path.string()).store;
     long status = 0;
     const vessel::QuietXml quiet;
-    auto vessel = std::make_unique<SKARVessel>(linePath(path.string()).store.c_str(), status);
+    std::unique_ptr<SKARVessel> vessel;
+    if (legacy) {
+        vessel = std::make_unique<SKARVessel>();
+        status = SKARVesselImport(name.c_str(), vessel.get());
+    } else {
+        vessel = std::make_unique<SKARVessel>(name.c_str(), status);
+    }
     if (status != 0) {
         throw ToolError(fmt::format("{}: the library does not load it, {}", printable(path.string()),
                                     codeText(static_cast<int>(status))));
@@ -282,7 +305,11 @@ int show(const Options& options, const Common& common) {
     if (!checked.refusal.empty() && !document.legacy)
         throw ToolError(
             fmt::format("{}: {}", placeOf(path, checked.refusalLine), printable(checked.refusal)));
-    const std::unique_ptr<SKARVessel> vessel = loaded(path);
+    if (!document.legacy && isHidden(path)) {
+        throw ToolError(fmt::format("{}: the library would read {} in its place", printable(path.string()),
+                                    printable(withExtension(path).string())));
+    }
+    const std::unique_ptr<SKARVessel> vessel = loaded(path, document.legacy);
     const std::vector<Kind> kinds = kindsOf(*vessel, checked.transducers, at);
     const std::uint64_t findings = document.legacy ? 0 : report.errors() + report.warnings();
     if (common.json) {
@@ -327,7 +354,7 @@ int checkFile(const Options& options, const Common& common) {
     report.enterFile(path.string());
     const vessel::Checked checked = vessel::checkVessel(document, report);
     // The library's own word, on what this command has nothing against.
-    if (report.errors() == 0) {
+    if (report.errors() == 0 && !isHidden(path)) {
         long status = 0;
         const vessel::QuietXml quiet;
         const SKARVessel vessel(linePath(path.string()).store.c_str(), status);
@@ -362,6 +389,45 @@ int checkFile(const Options& options, const Common& common) {
     return report.errors() > 0 ? exitFailure : exitSuccess;
 }
 
+int convert(const Options& options, const Common& common) {
+    const fs::path path = existingFile(options.file);
+    if (!parsed(path).legacy)
+        throw ToolError(
+            fmt::format("{}: begins as XML does; only text files are converted", printable(path.string())));
+    const fs::path target = withExtension(path);
+    std::error_code ignored;
+    if (!options.force && fs::exists(fs::symlink_status(target, ignored)))
+        throw ToolError(
+            fmt::format("{}: is there already; --force writes over it", printable(target.string())));
+    if (const long status = SKARVesselConvert(linePath(path.string()).store.c_str()); status != 0) {
+        throw ToolError(fmt::format("{}: cannot be converted, {}", printable(path.string()),
+                                    codeText(static_cast<int>(status))));
+    }
+    // What counts is what can be read back.
+    const std::unique_ptr<SKARVessel> vessel = loaded(target, false);
+    const std::vector<Kind> kinds = kindsOf(*vessel, {}, {});
+    const SKARVesselShape& shape = vessel->getVesselShape();
+    const std::size_t points = shape.getPlanViewCoords().count() + shape.getProfileViewCoords().count();
+    if (common.json) {
+        Json json = {
+            {"file", target.string()}, {"of", path.string()}, {"points", points}, {"sensors", Json::array()}};
+        for (const Kind& kind : kinds)
+            json["sensors"].push_back({{"sensor", kind.name}, {"entries", kind.entries.size()}});
+        printJson(json);
+        return exitSuccess;
+    }
+    fmt::print("{}: written\n", printable(target.string()));
+    Table table({{"SENSOR"}, {"ENTRIES", Align::right}, {"FIRST"}, {"LAST"}});
+    for (const Kind& kind : kinds) {
+        table.add({kind.name, fmt::to_string(kind.entries.size()),
+                   utcText(kind.entries.front().entry->getTimeStamp()),
+                   utcText(kind.entries.back().entry->getTimeStamp())});
+    }
+    table.print();
+    fmt::print("{} of the outline\n", counted(points, "point", "points"));
+    return exitSuccess;
+}
+
 } // namespace
 
 Run declareVessel(CLI::App& app) {
@@ -379,14 +445,18 @@ Run declareVessel(CLI::App& app) {
     checking->add_option("--limit", options->limit, "List at most that many findings of one kind; 0: all")
         ->capture_default_str()
         ->type_name("N");
+    CLI::App* converting = app.add_subcommand("convert", "Write a vessel file from one of the text form");
+    converting->add_option("LEGACY", options->file, "File of the text form")->required();
+    converting->add_flag("--force", options->force, "Write over a vessel file that is there");
     app.footer(
         "Vessel files are <root>/VesselConfig/<vessel>.skv. Lengths are metres, angles degrees, latencies\n"
-        "seconds. Nothing is changed by show and check; a finding is a line file:line: severity: code: "
-        "text,\n"
-        "and the exit status of check is 1 when there is an error.\n"
+        "seconds. A finding is a line file:line: severity: code: text; the exit status of check is 1 when\n"
+        "there is an error. convert writes LEGACY.skv; show and check change nothing.\n"
         "Example:  skar vessel show store/VesselConfig/vessel.skv --at 2024-06-01T08:00:00");
-    return [options, showing](const Common& common) {
-        return showing->parsed() ? show(*options, common) : checkFile(*options, common);
+    return [options, showing, checking](const Common& common) {
+        return showing->parsed()    ? show(*options, common)
+               : checking->parsed() ? checkFile(*options, common)
+                                    : convert(*options, common);
     };
 }
 
