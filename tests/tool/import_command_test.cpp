@@ -184,7 +184,7 @@ TEST_F(SkarImport, SensorsCanBeChosen) {
     EXPECT_FALSE(fs::exists(line / "Navigation"));
     ASSERT_EQ(importInto("--sensors Navigation " + path.string()).status, 0);
     EXPECT_TRUE(fs::exists(line / "Navigation"));
-    EXPECT_EQ(importInto("--sensors Tide " + path.string()).status, 2);
+    EXPECT_EQ(importInto("--sensors EventMark " + path.string()).status, 2);
 }
 
 TEST_F(SkarImport, AFileThatCannotBeReadLeavesTheLineAsItWas) {

@@ -3,6 +3,7 @@
 #include "commands/output.h"
 #include "families.h"
 #include "import/lineattributes.h"
+#include "import/linecasts.h"
 #include "import/lineimport.h"
 #include "import/linevessel.h"
 #include "progress.h"
@@ -13,7 +14,9 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 #include <memory>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -26,6 +29,8 @@ struct Options {
     std::vector<std::string> files;
     std::string line;
     std::vector<std::string> sensors;
+    std::string from;
+    std::string to;
     bool force = false;
     bool allowOverlap = false;
 };
@@ -103,9 +108,9 @@ std::string timeText(import::Micros time) {
     return time == import::RawRecord::untimed ? "-" : import::utcText(time);
 }
 
-std::string namesOf(const PlannedAttributes& planned) {
+std::string namesOf(const std::vector<const RawFile*>& files) {
     std::string names;
-    for (const RawFile* file : planned.files)
+    for (const RawFile* file : files)
         names += (names.empty() ? "" : ", ") + printable(file->name);
     return names;
 }
@@ -145,7 +150,13 @@ void printText(const LinePath& line, const std::vector<RawFile>& files, const Im
     }
     for (const PlannedAttributes& planned : plan.attributes) {
         table.add({planned.name, "", fmt::to_string(planned.records), timeText(planned.first),
-                   timeText(planned.last), "", namesOf(planned), planned.origin});
+                   timeText(planned.last), "", namesOf(planned.files), planned.origin});
+    }
+    if (!plan.casts.casts.empty()) {
+        table.add({castFileName, "", fmt::to_string(plan.casts.casts.size()),
+                   import::utcText(plan.casts.casts.front().time),
+                   import::utcText(plan.casts.casts.back().time), "", namesOf(plan.casts.files),
+                   fmt::format("casts of {} values", plan.casts.values)});
     }
     table.print();
     for (const std::string& text : said)
@@ -203,6 +214,17 @@ Json toJson(const LinePath& line, const std::vector<RawFile>& files, const Impor
         row["from"] = planned.origin;
         json["attributeFiles"].push_back(std::move(row));
     }
+    if (!plan.casts.casts.empty()) {
+        Json row = {{"file", castFileName},
+                    {"casts", plan.casts.casts.size()},
+                    {"values", plan.casts.values},
+                    {"firstUtc", import::utcText(plan.casts.casts.front().time)},
+                    {"lastUtc", import::utcText(plan.casts.casts.back().time)},
+                    {"of", Json::array()}};
+        for (const RawFile* file : plan.casts.files)
+            row["of"].push_back(file->name);
+        json["soundVelocityFile"] = std::move(row);
+    }
     for (const RawFile& file : files) {
         Json row = {{"file", file.path},
                     {"format", file.data.format},
@@ -223,6 +245,29 @@ Json toJson(const LinePath& line, const std::vector<RawFile>& files, const Impor
         json["files"].push_back(std::move(row));
     }
     return json;
+}
+
+std::optional<import::Micros> timeOption(const std::string& text, const char* name) {
+    if (text.empty()) return std::nullopt;
+    const auto seconds = parseTime(text);
+    const auto time = seconds ? microsOf(*seconds) : std::nullopt;
+    if (!time)
+        throw ToolError(fmt::format("{}: {} is no time such as 2024-06-01T08:00:00Z", name, printable(text)),
+                        exitUsage);
+    return time;
+}
+
+// Takes the records outside of the wanted times off, which is no loss.
+void cut(std::vector<RawFile>& files, const Options& options) {
+    const auto from = timeOption(options.from, "--from");
+    const auto to = timeOption(options.to, "--to");
+    if (!from && !to) return;
+    for (RawFile& file : files) {
+        const std::uint64_t dropped =
+            keepBetween(file.data, from.value_or(std::numeric_limits<import::Micros>::min()),
+                        to.value_or(std::numeric_limits<import::Micros>::max()));
+        if (dropped != 0) file.data.leftOut.push_back({"records", dropped, "outside of --from and --to"});
+    }
 }
 
 std::vector<RawFile> readFiles(const Options& options, const Common& common) {
@@ -250,12 +295,14 @@ std::vector<RawFile> readFiles(const Options& options, const Common& common) {
 int run(const Options& options, const Common& common) {
     const LinePath line = linePath(options.line);
     // Everything is read before anything is written: a file that cannot be read leaves the line as it was.
-    const std::vector<RawFile> files = readFiles(options, common);
+    std::vector<RawFile> files = readFiles(options, common);
+    cut(files, options);
     const ImportPlan plan = planImport(files, options.sensors, options.allowOverlap);
     const std::vector<const Family*> families = plan.families();
     if (!options.force) {
         refuseOverwriting(line, families);
         refuseOverwriting(line, plan.attributes);
+        refuseOverwriting(line, plan.casts);
     }
     makeLine(line, false);
     {
@@ -263,6 +310,7 @@ int run(const Options& options, const Common& common) {
         progress.setLabel("writing");
         writeImport(line, plan, [&](std::uint64_t done) { progress.show(done); });
         writeAttributes(line, plan);
+        writeCasts(line, plan.casts);
     }
     // Whoever picks sensors wants those and nothing else.
     const std::optional<ImportedVessel> vessel =
@@ -290,12 +338,15 @@ Run declareImport(CLI::App& app) {
     app.add_option("--sensors", options->sensors, "Write these only, separated by commas")
         ->delimiter(',')
         ->check(CLI::IsMember(std::vector<std::string>(sensors.begin(), sensors.end())));
+    app.add_option("--from", options->from,
+                   "Only records at or after this time, UTC or seconds of the store");
+    app.add_option("--to", options->to, "Only records at or before this time");
     app.add_flag("--force", options->force, "Write over sensors that are in the line already");
     app.add_flag("--allow-overlap", options->allowOverlap,
                  "Write files that overlap in time one after the other");
     app.footer(
         "Formats: Kongsberg EM raw data (.all, .wcd), GSF, XTF, NMEA 0183 logs, semicolon text logs with a\n"
-        "heading line. The content of a file tells its format, not its name.\n"
+        "heading line, tide series. The content of a file tells its format, not its name.\n"
         "Every file becomes one line segment per sensor, in order of time. Directories of the line that\n"
         "are missing are made; its root must exist. Only systems that the file names as active are\n"
         "loaded. What a file holds beyond that is listed. Heave keeps the sign of its file, which the\n"

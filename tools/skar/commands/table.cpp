@@ -7,6 +7,7 @@
 #include "commands/plot.h"
 #include "commands/simulate.h"
 #include "commands/vessel.h"
+#include "commands/svp.h"
 
 #include <vector>
 
@@ -21,6 +22,7 @@ std::span<const Command> commands() {
         {"import", "Write the sensors of raw files into a line", declareImport},
         {"plot", "Draw track, depths and motion of a line", declarePlot},
         {"vessel", "Show, check and convert the configuration of a vessel", declareVessel},
+        {"svp", "Show, convert and draw casts of sound speed", declareSvp},
         {"simulate", "Write a line with a simulated vessel", declareSimulate},
     };
     return table;

@@ -344,10 +344,23 @@ void GsfImport::loadProfile(std::uint64_t offset, Bytes record) {
     const auto count = in.read<std::uint32_t>();
     if (in.failed() || count > in.remaining() / 8) return problems().add(ProblemKind::length, offset);
     if (!time) return problems().add(ProblemKind::noDate, offset);
+    Cast cast;
+    // The time of the cast stands first; some writers leave it out.
+    cast.time = timeAt(record, 0).value_or(*time);
+    Cursor place(record, ByteOrder::big);
+    place.seek(16);
+    const double longitude = place.read<std::int32_t>() / 1e7;
+    const double latitude = place.read<std::int32_t>() / 1e7;
+    const bool stated = latitude != 0.0 || longitude != 0.0;
+    if (stated && std::abs(latitude) <= 90.0 && std::abs(longitude) <= 180.0) {
+        cast.latitude = latitude;
+        cast.longitude = longitude;
+    }
     for (std::uint32_t i = 0; i < count; ++i) {
+        cast.samples.push_back({in.read<std::int32_t>() / 100.0, in.read<std::int32_t>() / 100.0});
         // Steps of a tenth are what the sensor keeps.
-        const double depth = std::round(in.read<std::int32_t>() / 10.0) / 10.0;
-        const double speed = std::round(in.read<std::int32_t>() / 10.0) / 10.0;
+        const double depth = std::round(cast.samples.back().depth * 10.0) / 10.0;
+        const double speed = std::round(cast.samples.back().speed * 10.0) / 10.0;
         if (speed <= 0.0 || speed > largestSoundSpeedValue || depth < 0.0)
             problems().add(ProblemKind::badValue, offset);
         else if (depth > largestSoundSpeedValue)
@@ -355,6 +368,7 @@ void GsfImport::loadProfile(std::uint64_t offset, Bytes record) {
         else
             data_.soundSpeeds.records.push_back({*time, speed, depth, SoundSpeed::inProfile});
     }
+    if (!cast.samples.empty()) data_.casts.push_back(std::move(cast));
 }
 
 void GsfImport::loadAttitude(std::uint64_t offset, Bytes record) {

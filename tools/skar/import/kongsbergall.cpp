@@ -105,7 +105,8 @@ bool decode(const KongsbergFrame& frame, KongsbergClock& clock) {
 bool decode(const KongsbergFrame& frame, KongsbergSoundProfile& profile) {
     Cursor in = frame.cursor();
     in.seek(afterHeader);
-    in.skip(8); // date and time of the cast
+    profile.castDate = in.read<std::uint32_t>();
+    profile.castSeconds = in.read<std::uint32_t>();
     const auto count = in.read<std::uint16_t>();
     profile.resolution = in.read<std::uint16_t>();
     if (in.failed() || count * sizeof(std::uint64_t) > in.remaining()) return false;
@@ -150,6 +151,7 @@ public:
     void heading(const KongsbergFrame& frame, Micros time);
     void position(const KongsbergFrame& frame, Micros time);
     void clock(const KongsbergFrame& frame, Micros time);
+    void cast(const KongsbergSoundProfile& in, std::uint64_t offset);
     void soundProfile(const KongsbergFrame& frame, Micros time);
     void surfaceSpeed(const KongsbergFrame& frame, Micros time);
     void depths(const KongsbergFrame& frame, Micros time);
@@ -296,6 +298,20 @@ void AllImport::soundProfile(const KongsbergFrame& frame, Micros time) {
         const double depth = std::round(static_cast<double>(entry.depth) * in.resolution / 10.0) / 10.0;
         soundSpeed(time, entry.speed / 10.0, depth, SoundSpeed::inProfile, frame.offset);
     }
+    cast(in, frame.offset);
+}
+
+void AllImport::cast(const KongsbergSoundProfile& in, std::uint64_t offset) {
+    constexpr std::uint32_t secondsPerDay = 86400;
+    const auto day =
+        in.castSeconds < secondsPerDay ? timeOf(in.castDate, in.castSeconds * 1000) : std::nullopt;
+    if (!day) return problems().add(ProblemKind::badValue, offset);
+    Cast cast;
+    cast.time = *day;
+    for (const auto& entry : in.entries)
+        cast.samples.push_back(
+            {static_cast<double>(entry.depth) * in.resolution / 100.0, entry.speed / 10.0});
+    if (!cast.samples.empty()) data_.casts.push_back(std::move(cast));
 }
 
 void AllImport::surfaceSpeed(const KongsbergFrame& frame, Micros time) {

@@ -75,7 +75,9 @@ struct KongsbergSoundProfile { // 'U'
         std::uint32_t depth = 0; // in steps of the resolution
         std::uint32_t speed = 0; // dm/s
     };
-    std::uint16_t resolution = 0; // cm
+    std::uint32_t castDate = 0;    // year, month and day as in the header
+    std::uint32_t castSeconds = 0; // since midnight
+    std::uint16_t resolution = 0;  // cm
     std::vector<Entry> entries;
 };
 

@@ -4,6 +4,7 @@
 #include "families.h"
 #include "import/georeference.h"
 #include "import/lineattributes.h"
+#include "import/linecasts.h"
 #include "import/lineimage.h"
 #include "import/lineswath.h"
 #include "openset.h"
@@ -44,7 +45,7 @@ struct ImportSensor {
     From from;
     import::ScalarKind kind;
 };
-constexpr std::array<ImportSensor, 16> sensorTable{{
+constexpr std::array<ImportSensor, 17> sensorTable{{
     {"Navigation", From::positions, {}},
     {"Gyro", From::scalars, import::ScalarKind::gyro},
     {"Heave", From::scalars, import::ScalarKind::heave},
@@ -61,12 +62,14 @@ constexpr std::array<ImportSensor, 16> sensorTable{{
     {"TPE", From::uncertainties, {}},
     {"SSP", From::soundSpeeds, {}},
     {"SSSSideScan", From::images, {}},
+    {"Tide", From::scalars, import::ScalarKind::tide},
 }};
 constexpr auto sensorNames = [] {
-    std::array<const char*, sensorTable.size() + attributeNames.size()> names{};
+    std::array<const char*, sensorTable.size() + attributeNames.size() + 1> names{};
     for (std::size_t i = 0; i < sensorTable.size(); ++i)
         names[i] = sensorTable[i].name;
     std::ranges::copy(attributeNames, names.begin() + sensorTable.size());
+    names.back() = castFileName;
     return names;
 }();
 
@@ -181,7 +184,9 @@ void refuseWideSpan(const std::vector<PlannedSegment>& segments) {
     if (latest->last - first <= longestSpan) return;
     throw ToolError(fmt::format(
         "{}: the times reach from {} ({}) to {} ({}), further than the 24 days that a "
-        "sensor can hold; import the files into separate lines, or mend a wrong date",
+        "sensor can hold; import a part with --from and --to, or the files into separate lines, or mend a "
+        "wrong "
+        "date",
         segments.front().family->name, import::utcText(first), printable(segments.front().file->name),
         import::utcText(latest->last), printable(latest->file->name)));
 }
@@ -242,6 +247,16 @@ double StoreClock::seconds(Micros time) {
         day_ = day;
     }
     return dayStart_ + static_cast<double>(time - day) / 1e6;
+}
+
+std::optional<Micros> microsOf(double seconds) {
+    std::int32_t year = 0;
+    std::int32_t day = 0;
+    double ofDay = 0.0;
+    TmUTCs80toYDS(seconds, &year, &day, &ofDay);
+    const auto start = import::midnight(year, 1, 1);
+    if (!start) return std::nullopt;
+    return *start + (day - 1) * import::microsPerDay + static_cast<Micros>(std::llround(ofDay * 1e6));
 }
 
 std::span<const char* const> importSensors() {
@@ -312,10 +327,12 @@ ImportPlan planImport(std::span<const RawFile> files, std::span<const std::strin
         plan.segments.insert(plan.segments.end(), segments.begin(), segments.end());
     }
     plan.attributes = planAttributes(files, wanted);
+    plan.casts = planCasts(files, wanted);
     // What only describes the raw files makes no line, unless it is asked for.
     const bool asked = std::ranges::any_of(
         attributeNames, [&](const char* name) { return std::ranges::find(wanted, name) != wanted.end(); });
-    if (plan.segments.empty() && (plan.attributes.empty() || !asked)) refuseEmpty(files, wanted);
+    if (plan.segments.empty() && plan.casts.casts.empty() && (plan.attributes.empty() || !asked))
+        refuseEmpty(files, wanted);
     return plan;
 }
 

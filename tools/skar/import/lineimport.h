@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -40,6 +41,9 @@ private:
     double dayStart_ = 0.0;
 };
 
+// A time of the store as those of the readers, which know no leap seconds; nothing before the start of 1980.
+std::optional<import::Micros> microsOf(double seconds);
+
 // What an import can write, in the order in which it is shown.
 std::span<const char* const> importSensors();
 
@@ -71,10 +75,18 @@ struct PlannedAttributes {
     std::string origin;
 };
 
+// The casts of the raw files, for the sound velocity file of the line.
+struct PlannedCasts {
+    std::vector<const RawFile*> files;
+    std::vector<import::Cast> casts; // in order of time
+    std::uint64_t values = 0;        // that the file will keep
+};
+
 // What an import will write, sensor by sensor, segments in order of their first time.
 struct ImportPlan {
     std::vector<PlannedSegment> segments;
     std::vector<PlannedAttributes> attributes;
+    PlannedCasts casts;
     bool acrossDateLine = false; // longitudes go on beyond 180 degrees
 
     std::vector<const Family*> families() const;

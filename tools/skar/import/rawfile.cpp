@@ -5,6 +5,7 @@
 #include "import/kongsbergswath.h"
 #include "import/nmea.h"
 #include "import/recorderlog.h"
+#include "import/tides.h"
 #include "import/xtf.h"
 
 #include <algorithm>
@@ -136,28 +137,44 @@ bool hasExtension(const RawFormat& format, std::string extension) {
     return !extension.empty() && all.find(" " + extension + " ") != std::string::npos;
 }
 
+template <typename Take>
+void forEachSeries(RawData& data, Take take) {
+    take(data.navigation);
+    for (auto& series : data.scalars)
+        take(series);
+    take(data.soundSpeeds);
+    take(data.depthPings);
+    take(data.rangePings);
+    take(data.uncertainPings);
+    take(data.fishNavigation);
+    take(data.imagePings);
+    take(data.errorFigures);
+}
+
 } // namespace
 
 void sortByTime(RawData& data) {
-    sortSeries(data.navigation);
-    for (auto& series : data.scalars)
-        sortSeries(series);
-    sortSeries(data.soundSpeeds);
-    sortSeries(data.depthPings);
-    sortSeries(data.rangePings);
-    sortSeries(data.uncertainPings);
-    sortSeries(data.fishNavigation);
-    sortSeries(data.imagePings);
-    sortSeries(data.errorFigures);
+    forEachSeries(data, [](auto& series) { sortSeries(series); });
+}
+
+std::uint64_t keepBetween(RawData& data, Micros from, Micros to) {
+    std::uint64_t dropped = 0;
+    forEachSeries(data, [&](auto& series) {
+        dropped += std::erase_if(series.records,
+                                 [&](const auto& record) { return record.time < from || record.time > to; });
+    });
+    return dropped;
 }
 
 std::span<const RawFormat> formats() {
-    static constexpr std::array<RawFormat, 5> table{{
+    static constexpr std::array<RawFormat, 7> table{{
         {"Kongsberg EM raw data", "all wcd", looksLikeKongsbergAll, readKongsbergAll, readKongsbergDepths,
          readKongsbergRanges, readKongsbergImage},
         {"Generic Sensor Format", "gsf", looksLikeGsf, readGsf, readGsfDepths, readGsfRanges, nullptr},
         {"XTF", "xtf", looksLikeXtf, readXtf, nullptr, nullptr, readXtfImage},
         {"semicolon text log", "", looksLikeRecorderLog, readRecorderLog, nullptr, nullptr, nullptr},
+        {"tide table", "", looksLikeTideTable, readTideTable, nullptr, nullptr, nullptr},
+        {"tide by day numbers", "", looksLikeTideDays, readTideDays, nullptr, nullptr, nullptr},
         {"NMEA 0183 log", "nmea nme log", looksLikeNmea, readNmea, nullptr, nullptr, nullptr},
     }};
     return table;

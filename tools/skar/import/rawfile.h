@@ -4,6 +4,7 @@
 #include "import/installation.h"
 
 #include <array>
+#include <compare>
 #include <cstdint>
 #include <limits>
 #include <map>
@@ -42,7 +43,7 @@ struct PositionFix {
 
 struct TimedValue {
     Micros time = 0;
-    double value = 0.0; // radians; heave, cable, height and depth in metres
+    double value = 0.0; // radians; heave, tide, cable, height and depth in metres
 };
 
 struct SoundSpeed {
@@ -53,6 +54,21 @@ struct SoundSpeed {
     double speed = 0.0; // m/s
     double depth = 0.0; // metres, 0 for a speed at the transducer
     std::uint32_t status = atTransducer;
+};
+
+struct CastSample {
+    double depth = 0.0; // metres
+    double speed = 0.0; // m/s
+    auto operator<=>(const CastSample&) const = default;
+};
+
+// A cast of sound speed, samples in the order of the file.
+struct Cast {
+    Micros time = 0;
+    std::optional<double> latitude;  // degrees, north positive
+    std::optional<double> longitude; // degrees, east positive
+    std::vector<CastSample> samples;
+    auto operator<=>(const Cast&) const = default;
 };
 
 // Where a ping stands in its file. Pings are read one at a time, so that a file's beams need not fit into
@@ -146,8 +162,8 @@ struct ErrorFigures {
     double& operator[](ErrorKind kind) { return values[static_cast<std::size_t>(kind)]; }
 };
 
-enum class ScalarKind { gyro, heave, pitch, roll, fishGyro, cableOut, fishHeight, fishDepth };
-constexpr std::size_t scalarKinds = 8;
+enum class ScalarKind { gyro, heave, pitch, roll, fishGyro, cableOut, fishHeight, fishDepth, tide };
+constexpr std::size_t scalarKinds = 9;
 
 template <typename Record>
 struct Series {
@@ -213,6 +229,7 @@ struct RawData {
     Series<PositionFix> navigation;
     std::array<Series<TimedValue>, scalarKinds> scalars;
     Series<SoundSpeed> soundSpeeds;
+    std::vector<Cast> casts; // in the order of the file
     Series<PingPlace> depthPings;
     Series<PingPlace> rangePings;
     Series<PingPlace> uncertainPings; // those of the depth pings with errors of their beams
@@ -246,6 +263,10 @@ private:
 // Puts every series in order of time, records of one time in the order of the file, and counts the steps
 // back.
 void sortByTime(RawData& data);
+
+// Takes the records of every series off that lie outside of those times, ends included, and returns how many
+// that were. Casts and the index stay, which are not of the line's time but of the file.
+std::uint64_t keepBetween(RawData& data, Micros from, Micros to);
 
 constexpr double radiansFromDegrees(double degrees) {
     return degrees * 3.141592653589793 / 180.0;
