@@ -6,8 +6,8 @@
 #include "commands/info.h"
 #include "commands/plot.h"
 #include "commands/simulate.h"
-#include "commands/vessel.h"
 #include "commands/svp.h"
+#include "commands/vessel.h"
 
 #include <vector>
 
