@@ -382,6 +382,11 @@ std::FILE* FaultBackend::open(const std::string& path, const char* mode, bool& e
     return stream;
 }
 
+std::FILE* FaultBackend::openOwn(const std::string& path) {
+    bool existed = false;
+    return open(path, "wb", existed);
+}
+
 bool FaultBackend::status(const std::string& path, platform::FileStatus& status) {
     if (!state->passes(Op::status)) {
         return false;

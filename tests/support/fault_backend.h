@@ -97,6 +97,7 @@ public:
     Files stateAfter(std::size_t changes, std::size_t tornBytes = 0) const;
 
     std::FILE* open(const std::string& path, const char* mode, bool& existed) override;
+    std::FILE* openOwn(const std::string& path) override;
     bool status(const std::string& path, platform::FileStatus& status) override;
     bool remove(const std::string& path) override;
     bool rename(const std::string& from, const std::string& to) override;

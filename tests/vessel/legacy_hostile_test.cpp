@@ -1,10 +1,12 @@
 #include "legacy_support.h"
 
+#include "support/fault_backend.h"
 #include "support/largestblock.h"
 #include "support/processortime.h"
 #include "vessel/legacy/parse.h"
 
 #include <array>
+#include <cerrno>
 #include <random>
 
 // Texts that nobody wrote in good faith: the right code, soon, and with little memory.
@@ -187,6 +189,40 @@ TEST_F(LegacyHostile, WithoutMemoryTheCodeSaysSo) {
     }
     EXPECT_TRUE(vessel.getSensors().isEmpty());
     EXPECT_EQ(SKARVesselImport(directory.wide("boat").c_str(), &vessel), 0);
+}
+
+// A disk that fails at every place in turn. Without the trace the import goes on; without the text, or a
+// place for the vessel file, nothing is written.
+TEST_F(LegacyHostile, AFailingDisk) {
+    ::setenv("TMP", "/tmp", 1);
+    const std::string trace = "/tmp/" + std::to_string(::getpid()) + ".lex";
+    const std::string before = "the vessel file that was there";
+    const std::string text = "#\tStart Shape\n" + someNavigation;
+    std::size_t operations = 1;
+    for (std::size_t n = 0; n <= operations; ++n) {
+        FaultBackend disk;
+        disk.put("/tmp/keep", "");
+        disk.put("/survey/boat", text);
+        disk.put("/survey/boat.skv", before);
+        if (n > 0) disk.failAt(n, EIO);
+        testing::internal::CaptureStderr();
+        const long result = SKARVesselConvert(L"/survey/boat");
+        testing::internal::GetCapturedStderr();
+        EXPECT_TRUE(result == 0 || result == 5000401 || result == -1) << n << ": " << result;
+        EXPECT_EQ(disk.bytes("/survey/boat.skv") == before, result != 0) << n;
+        EXPECT_EQ(disk.bytes("/survey/boat"), text);
+        EXPECT_EQ(disk.openStreams(), 0) << n;
+        if (n == 0) {
+            EXPECT_EQ(result, 0);
+            EXPECT_TRUE(disk.has(trace));
+            operations = disk.operations();
+        }
+    }
+    FaultBackend disk;
+    disk.put("/tmp/keep", "");
+    disk.put("/survey/boat", text);
+    disk.noSpaceAfter(0);
+    EXPECT_EQ(SKARVesselImport(L"/survey/boat", &vessel), 0);
 }
 
 } // namespace

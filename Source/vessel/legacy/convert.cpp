@@ -1,6 +1,5 @@
 #include "vessel/legacy/convert.h"
 
-#include "vessel/fields.h"
 #include "xml/nodes.h"
 
 #include <skar/codes.h>
@@ -200,8 +199,10 @@ std::string_view cleaned(const char* text) noexcept {
     return clean.substr(0, clean.find_last_not_of(ends) + 1);
 }
 
-bool isSweep(const DepthEntry& entry) {
-    return equalsIgnoringCase(xml::wideOf(cleaned(entry.sensorClass)).c_str(), L"Sweep");
+// The parser asks as well: nothing here may throw.
+bool isSweep(const DepthEntry& entry) noexcept {
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::ranges::equal(cleaned(entry.sensorClass), std::string_view("sweep"), {}, lower);
 }
 
 long convert(const Tree& tree, std::string_view text, SKARVessel& vessel) {

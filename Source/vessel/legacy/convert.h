@@ -11,7 +11,7 @@ namespace skar::vessel::legacy {
 // A text without the blanks, double quotes, tabs and line feeds at its ends; empty for null.
 std::string_view cleaned(const char* text) noexcept;
 // Whether an entry's class is "Sweep", in any case.
-bool isSweep(const DepthEntry& entry);
+bool isSweep(const DepthEntry& entry) noexcept;
 
 // Adds the entries of a tree to a vessel, list by list, up to the first code, and with them the outline of
 // the text that the tree was parsed from. A class of depth sensor that there is not leaves the vessel as it

@@ -30,20 +30,28 @@ long import(const wchar_t* fileName, SKARVessel& vessel) {
     return vessel.setFileName(name.c_str(), false);
 }
 
-} // namespace
-
-long SKARVesselImport(const wchar_t* fileName, SKARVessel* vessel) {
-    if (fileName == nullptr) return codes::vesselImportUnreadable;
-    if (vessel == nullptr) return codes::failed;
+// Callers may be of a language without exceptions.
+template <class Work>
+long codeOf(Work work) {
     try {
-        return import(fileName, *vessel);
+        return work();
     } catch (const std::bad_alloc&) {
         return codes::outOfMemory;
     }
 }
 
+} // namespace
+
+long SKARVesselImport(const wchar_t* fileName, SKARVessel* vessel) {
+    if (fileName == nullptr) return codes::vesselImportUnreadable;
+    if (vessel == nullptr) return codes::failed;
+    return codeOf([&] { return import(fileName, *vessel); });
+}
+
 long SKARVesselConvert(const wchar_t* fileName) {
-    SKARVessel vessel;
-    if (const long result = SKARVesselImport(fileName, &vessel); result != 0) return result;
-    return vessel.store();
+    return codeOf([fileName] {
+        SKARVessel vessel;
+        const long result = SKARVesselImport(fileName, &vessel);
+        return result == 0 ? vessel.store() : result;
+    });
 }
