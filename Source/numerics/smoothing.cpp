@@ -31,26 +31,25 @@ constexpr double fileVersion = 1.0;
 
 using Record = SmoothingCoefficients;
 
-// An element of a sensor: the member it holds, and what saving does with it.
+// An element of a sensor, in the order of the file: the member it holds, and what saving does with it.
 struct Field {
     const char* element;
     int Record::*whole;
     double Record::*real;
-    bool written;
     // Whether a record that the file holds already takes the new value.
     bool merged;
 };
-// A changed lower threshold of a sensor that the file knows is not taken over, and the break of interpolation
-// is not written: programs that share the file rely on both.
+// A changed lower threshold or break of interpolation of a sensor that the file knows is not taken over:
+// programs that share the file rely on it.
 constexpr Field fields[] = {
-    {"BOX_LENGTH", &Record::boxLength, nullptr, true, true},
-    {"BOX_LEN_IS_TIME", &Record::boxLenIsTime, nullptr, true, true},
-    {"UPPER_THRESHOLD", nullptr, &Record::upperThreshold, true, true},
-    {"LOWER_THRESHOLD", nullptr, &Record::lowerThreshold, true, false},
-    {"FILTER_ENABLED", &Record::filterEnabled, nullptr, true, true},
-    {"SMOOTH_ENABLED", &Record::smoothEnabled, nullptr, true, true},
-    {"TYPE", &Record::type, nullptr, true, true},
-    {"FILTER_BREAK_INTERP", &Record::filterBreakInterp, nullptr, false, false},
+    {"BOX_LENGTH", &Record::boxLength, nullptr, true},
+    {"BOX_LEN_IS_TIME", &Record::boxLenIsTime, nullptr, true},
+    {"UPPER_THRESHOLD", nullptr, &Record::upperThreshold, true},
+    {"LOWER_THRESHOLD", nullptr, &Record::lowerThreshold, false},
+    {"FILTER_ENABLED", &Record::filterEnabled, nullptr, true},
+    {"SMOOTH_ENABLED", &Record::smoothEnabled, nullptr, true},
+    {"FILTER_BREAK_INTERP", &Record::filterBreakInterp, nullptr, false},
+    {"TYPE", &Record::type, nullptr, true},
 };
 
 struct RecordDeleter {
@@ -146,8 +145,8 @@ long writeRecords(const wchar_t* fileName, const Record* list) {
         if (sensor == nullptr) return codes::failed;
         xml::setAttribute(sensor, "value", xml::utf8Of(list->sensorName));
         for (const Field& field : fields) {
-            xmlNode* element = field.written ? xml::newChild(sensor, field.element) : nullptr;
-            if (element == nullptr) continue;
+            xmlNode* element = xml::newChild(sensor, field.element);
+            if (element == nullptr) return codes::failed;
             xml::setAttribute(element, "value",
                               field.whole != nullptr ? wholePattern.text(list->*field.whole)
                                                      : realPattern.text(list->*field.real));

@@ -17,7 +17,7 @@ typedef struct SmoothingCoefficients {
     double upperThreshold; /* in the unit of the sensor; two decimals are stored */
     double lowerThreshold;
     int filterEnabled;     /* 0 or 1 */
-    int filterBreakInterp; /* 0 or 1; read from files, never written */
+    int filterBreakInterp; /* 0 or 1 */
     int smoothEnabled;     /* 0 or 1 */
     int type;
     struct SmoothingCoefficients* next;
@@ -48,9 +48,9 @@ SKAR_EXPORT SmoothingCoefficients* GetSmoothingCoefficent(const wchar_t* directo
                                                           long* status);
 
 /* Merge the records into those of a file, or of "smoothCoefficients" in a directory, and write it. A sensor
-   that the file knows keeps its lower threshold; a new one goes to the front. The list stays the caller's.
-   Return 0 for a null list, 5017100 for a null name, else the number of bytes written, or -1 with the file as
-   it was. */
+   that the file knows keeps its lower threshold and its break of interpolation; a new one goes to the front.
+   The list stays the caller's. Return 0 for a null list, 5017100 for a null name, else the number of bytes
+   written, or -1 with the file as it was. */
 SKAR_EXPORT long SaveSmoothingCoefficentsFile(const wchar_t* fileName, const SmoothingCoefficients* list);
 SKAR_EXPORT long SaveSmoothingCoefficents(const wchar_t* directory, const SmoothingCoefficients* list);
 

@@ -76,12 +76,14 @@ constexpr const char* head =
 constexpr const char* foot = "</SKARSmoothingCoefficients>\n";
 
 std::string sensor(const std::string& name, const std::string& length, const std::string& upper,
-                   const std::string& lower, const std::string& type = "3") {
+                   const std::string& lower, const std::string& type = "3",
+                   const std::string& breakInterp = "1") {
     return "  <SKAR_SENSOR value=\"" + name + "\">\n    <BOX_LENGTH value=\"" + length +
            "\"/>\n    <BOX_LEN_IS_TIME value=\"1\"/>\n    <UPPER_THRESHOLD value=\"" + upper +
            "\"/>\n    <LOWER_THRESHOLD value=\"" + lower +
-           "\"/>\n    <FILTER_ENABLED value=\"1\"/>\n    <SMOOTH_ENABLED value=\"0\"/>\n    <TYPE value=\"" +
-           type + "\"/>\n  </SKAR_SENSOR>\n";
+           "\"/>\n    <FILTER_ENABLED value=\"1\"/>\n    <SMOOTH_ENABLED value=\"0\"/>\n    "
+           "<FILTER_BREAK_INTERP value=\"" +
+           breakInterp + "\"/>\n    <TYPE value=\"" + type + "\"/>\n  </SKAR_SENSOR>\n";
 }
 
 class SmoothingFile : public testing::Test {
@@ -108,7 +110,7 @@ protected:
 
 TEST_F(SmoothingFile, IsReadInItsOrder) {
     const List list =
-        read(head + sensor("Gyro", "5", "12.50", "0.25") + sensor("Hypack Tide", "7", "1.00", "2.00") + foot);
+        read(head + sensor("Gyro", "5", "12.50", "0.25") + sensor("Second Tide", "7", "1.00", "2.00") + foot);
     EXPECT_EQ(0, status);
     ASSERT_NE(nullptr, list);
     EXPECT_STREQ(L"Gyro", list->sensorName);
@@ -119,9 +121,9 @@ TEST_F(SmoothingFile, IsReadInItsOrder) {
     EXPECT_EQ(1, list->filterEnabled);
     EXPECT_EQ(0, list->smoothEnabled);
     EXPECT_EQ(3, list->type);
-    EXPECT_EQ(0, list->filterBreakInterp);
+    EXPECT_EQ(1, list->filterBreakInterp);
     ASSERT_NE(nullptr, list->next);
-    EXPECT_STREQ(L"Hypack Tide", list->next->sensorName);
+    EXPECT_STREQ(L"Second Tide", list->next->sensorName);
     EXPECT_EQ(nullptr, list->next->next);
     EXPECT_EQ(nullptr, list->next->previous);
 }
@@ -225,7 +227,7 @@ TEST_F(SmoothingFile, HasThresholdsOfTwoDecimalsAndPlainWholeNumbers) {
     const List record(
         AllocSmoothingCoefficientNode(L"a<\u00e9", 0, 1, 1234567890.126, 0.004, 1, 0, -1234567, 0));
     save(record.get());
-    EXPECT_EQ(head + sensor("a&lt;\u00e9", "0", "1234567890.13", "0.00", "-1234567") + foot, bytes());
+    EXPECT_EQ(head + sensor("a&lt;\u00e9", "0", "1234567890.13", "0.00", "-1234567", "0") + foot, bytes());
     const List again = readAgain();
     ASSERT_NE(nullptr, again);
     EXPECT_STREQ(L"a<\u00e9", again->sensorName);
@@ -252,7 +254,7 @@ TEST_F(SmoothingFile, ANewSensorGoesFirst) {
 
 TEST_F(SmoothingFile, SeveralNewSensorsComeInReverse) {
     const List records = gyro();
-    records->next = AllocSmoothingCoefficientNode(L"Tide", 6, 1, 1, 2, 1, 0, 3, 0);
+    records->next = AllocSmoothingCoefficientNode(L"Tide", 6, 1, 1, 2, 1, 0, 3, 1);
     save(records.get());
     EXPECT_EQ(head + sensor("Tide", "6", "1.00", "2.00") + sensor("Gyro", "5", "12.50", "0.25") + foot,
               bytes());
@@ -269,7 +271,7 @@ TEST_F(SmoothingFile, AKnownSensorKeepsItsLowerThresholdAndItsPlace) {
 
 TEST_F(SmoothingFile, TakesOverAllOtherFieldsOfAKnownSensor) {
     disk.put(file, head + sensor("Gyro", "1", "2.00", "3.00", "9") + foot);
-    const List record(AllocSmoothingCoefficientNode(L"Gyro", 8, 0, 4, 5, 0, 1, 6, 1));
+    const List record(AllocSmoothingCoefficientNode(L"Gyro", 8, 0, 4, 5, 0, 1, 6, 0));
     save(record.get());
     const List again = readAgain();
     ASSERT_NE(nullptr, again);
@@ -280,7 +282,7 @@ TEST_F(SmoothingFile, TakesOverAllOtherFieldsOfAKnownSensor) {
     EXPECT_EQ(0, again->filterEnabled);
     EXPECT_EQ(1, again->smoothEnabled);
     EXPECT_EQ(6, again->type);
-    EXPECT_EQ(0, again->filterBreakInterp);
+    EXPECT_EQ(1, again->filterBreakInterp) << "the file's own";
 }
 
 TEST_F(SmoothingFile, ThatCannotBeReadIsReplaced) {
