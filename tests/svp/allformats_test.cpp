@@ -1,5 +1,6 @@
 #include "casts.h"
 #include "support/decimal_comma.h"
+#include "support/processortime.h"
 #include "support/temporary_directory.h"
 
 #include <cmath>
@@ -14,6 +15,8 @@ using namespace std::string_literals;
 namespace {
 
 using skar::tests::FaultBackend;
+using skar::tests::hostileLimit;
+using skar::tests::ProcessorTime;
 using skar::tests::text;
 using skar::tests::Values;
 using skar::tests::valuesOf;
@@ -118,7 +121,9 @@ constexpr int many = 1000000;
 TEST_P(EveryFormat, ReadsAMillionLines) {
     const std::string bytes = cast(many);
     disk.put(GetParam().path, bytes);
+    const ProcessorTime time;
     ASSERT_EQ(0, file->ReadInData());
+    EXPECT_LE(time.seconds(), 20 * hostileLimit);
     EXPECT_EQ(static_cast<std::size_t>(many), valueCount());
 }
 
@@ -128,17 +133,23 @@ TEST_P(FormatWithSections, ReadsAndWritesAMillionSections) {
     for (int i = 0; i < many; ++i)
         bytes += section;
     disk.put(GetParam().path, bytes);
+    ProcessorTime time;
     ASSERT_EQ(0, file->ReadInData());
+    EXPECT_LE(time.seconds(), 100 * hostileLimit);
     EXPECT_EQ(static_cast<std::size_t>(many), file->GetRecordsInFile().count());
+    time = {};
     ASSERT_EQ(0, file->UpdateDataFile());
+    EXPECT_LE(time.seconds(), 100 * hostileLimit);
 }
 
 TEST_P(EveryFormat, TakesALineOfTenMegabytes) {
     for (const char filler : {' ', '1', 'x', '(', ':', ',', '\0', '\r'}) {
         SCOPED_TRACE(static_cast<int>(filler));
         const std::string longLine(10 << 20, filler);
+        const ProcessorTime time;
         read(longLine);
         ASSERT_EQ(0, read(GetParam().head + longLine + "\n" + value(2000000)));
+        EXPECT_LE(time.seconds(), 5 * hostileLimit);
         EXPECT_GE(valueCount(), 1u);
     }
 }

@@ -47,6 +47,14 @@ bool holds(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
+TEST_F(SkarSvp, ExplainsItselfWithAnExample) {
+    const Outcome outcome = runSkar("svp --help");
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_TRUE(holds(outcome.out, "Example:  skar svp convert "));
+    EXPECT_TRUE(holds(runSkar("svp convert --help").out, "--format"));
+    EXPECT_TRUE(holds(runSkar("--help").out, "svp"));
+}
+
 TEST_F(SkarSvp, ShowsEveryCastInATable) {
     const Outcome outcome = runSkar("svp show " + put("cast", twoCasts).string());
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -233,6 +241,26 @@ TEST_F(SkarSvp, AFileThatCannotBeWrittenIsNamed) {
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1)
         << "nothing is left over";
+}
+
+TEST_F(SkarSvp, ShortOfSpaceTheFileStaysAsItWas) {
+    std::string cast = "[SVP_VERSION_2]\nx\nSection 2026-045 12:30:00 45:30:00.00 -063:15:00.00\n";
+    for (int i = 0; i < 5000; ++i)
+        cast += "  " + std::to_string(i) + ".500000 1480.500000\n";
+    put("cast", cast);
+    for (const std::string format : {"native", "chs", "dat", "edf"}) {
+        const std::string target = out("target." + format);
+        put("target." + format, "as it was");
+        const std::string command = "trap '' XFSZ; ulimit -f 16; '" SKAR_COMMAND "' svp convert '" +
+                                    out("cast") + "' '" + target + "' --format " + format + " 2>'" +
+                                    out("said") + "'";
+        EXPECT_NE(std::system(command.c_str()), 0) << format;
+        EXPECT_TRUE(holds(get(out("said")), "could not be written")) << get(out("said"));
+        EXPECT_EQ(get(target), "as it was") << format;
+        fs::remove(target);
+    }
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 2)
+        << "nothing but the cast and what was said";
 }
 
 TEST_F(SkarSvp, DrawsTheCurves) {

@@ -228,7 +228,8 @@ Run declareSvp(CLI::App& app) {
         "granted is printed.\n"
         "convert keeps the way down between 1400 and 2000 m/s and reads back what it wrote; the auxiliary\n"
         "value of dat and edf is 1.\n"
-        "Exit status 3: the file lacks values, or they changed by more than its format rounds.");
+        "Exit status 3: the file lacks values, or they changed by more than its format rounds.\n"
+        "Example:  skar svp convert drop_040.edf cast.svp --format native");
     return [options, showing, converting](const Common& common) {
         return showing->parsed()      ? show(*options, common)
                : converting->parsed() ? convert(*options, common)
