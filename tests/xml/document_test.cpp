@@ -205,6 +205,9 @@ TEST(XmlDocument, IsSearchedWithXPath) {
     nodes.assign(2, nullptr);
     document.xPathSearch(L"count(//a)", nodes);
     EXPECT_TRUE(nodes.empty());
+    // They would not outlive the search.
+    document.xPathSearch(L"//namespace::*", nodes);
+    EXPECT_TRUE(nodes.empty());
 }
 
 TEST(XmlDocument, ABadSearchThrows) {

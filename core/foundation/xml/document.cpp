@@ -11,9 +11,11 @@
 #include <libxml/xpathInternals.h>
 #include <libxslt/xsltutils.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdarg>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <mutex>
 
@@ -205,7 +207,9 @@ void MORVAXMLDocument::xPathSearch(const MORVAUString& xPathExpression,
     nodes.clear();
     if (found->type == XPATH_NODESET && found->nodesetval != nullptr) {
         const xmlNodeSet& set = *found->nodesetval;
-        nodes.assign(set.nodeTab, set.nodeTab + set.nodeNr);
+        // Namespaces are no nodes of the document; they go with the result of the search.
+        std::copy_if(set.nodeTab, set.nodeTab + set.nodeNr, std::back_inserter(nodes),
+                     [](const xmlNode* node) { return node->type != XML_NAMESPACE_DECL; });
     }
 }
 
