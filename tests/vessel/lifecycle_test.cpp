@@ -1,4 +1,5 @@
 #include "support/fault_backend.h"
+#include "support/shortcut_bytes.h"
 #include "support/temporary_directory.h"
 
 #include <skar/time.h>
@@ -8,6 +9,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -102,6 +105,108 @@ TEST_F(VesselLife, AnEntryWithoutACalendarDateIsNotStored) {
     Entry entry(std::make_unique<SKARSideScanConfig>(-1e300, status));
     EXPECT_EQ(vessel.addSensor(entry), 0);
     EXPECT_EQ(stored(vessel), around(shape + "  <SideScanSensor/>\n"));
+}
+
+// What the text of a new entry says is the time that comes back.
+TEST_F(VesselLife, ATimeThatIsStoredCanBeRead) {
+    struct Case {
+        double time;
+        const char* text;
+    };
+    const double midnight = TmYDStoUTCs80(2012, 200, 0);
+    const Case cases[] = {
+        {TmYDStoUTCs80(1981, 1, 0), "1981-001 00:00:00"},
+        {TmYDStoUTCs80(1981, 1, 0) + 0.25, "1981-001 00:00:00"},
+        {TmYDStoUTCs80(1981, 1, 1), "1981-001 00:00:01"},
+        {TmYDStoUTCs80(1980, 366, 86399), "1980-366 23:59:59"},
+        {std::nextafter(midnight, 0), "2012-199 23:59:59"},
+        {midnight, "2012-200 00:00:00"},
+        {-0.5, "1979-365 23:59:59"},
+    };
+    for (const Case& each : cases) {
+        SKARVessel vessel;
+        vessel.setFileName(directory.wide("v").c_str(), false);
+        Entry entry(std::make_unique<SKARSideScanConfig>(each.time, status));
+        EXPECT_EQ(vessel.addSensor(entry), 0);
+        EXPECT_EQ(stored(vessel), around(shape + sideScan(each.text)));
+        ASSERT_EQ(vessel.reload(), 0);
+        EXPECT_EQ(vessel.getFirstSensor(L"SideScanSensor", status)->getTimeStamp(), std::floor(each.time));
+    }
+}
+
+TEST_F(VesselLife, EveryDayOfACenturyCanBeStored) {
+    SKARVessel vessel;
+    vessel.setFileName(directory.wide("v").c_str(), false);
+    std::size_t days = 0;
+    for (std::int32_t year = 1950; year < 2050; ++year) {
+        for (std::int32_t day = 1; day <= TmYMDtoJD(year, 12, 31); ++day, ++days) {
+            Entry entry(std::make_unique<SKARSideScanConfig>(TmYDStoUTCs80(year, day, 0), status));
+            ASSERT_EQ(vessel.addSensor(entry), 0);
+        }
+    }
+    ASSERT_EQ(vessel.store(), 0);
+    ASSERT_EQ(vessel.reload(), 0);
+    const auto* list = vessel.getSensorList(typeid(SKARSideScanConfig));
+    EXPECT_EQ(list->getCount(), days);
+    const auto* entry = list->getFirstConfig();
+    for (std::int32_t year = 1950; year < 2050; ++year) {
+        for (std::int32_t day = 1; day <= TmYMDtoJD(year, 12, 31);
+             ++day, entry = list->getNextConfig(entry)) {
+            ASSERT_EQ(entry->getTimeStamp(), TmYDStoUTCs80(year, day, 0)) << year << ' ' << day;
+        }
+    }
+}
+
+TEST_F(VesselLife, ACopyOutlivesTheVesselThatWasRead) {
+    const std::string text = sideScan("2012-001 00:00:00") + "  <Own/>\n";
+    auto source = read(text);
+    SKARVessel copy(*source);
+    EXPECT_EQ(source->reload(), 0);
+    source.reset();
+    EXPECT_EQ(stored(copy), around(text + shape));
+    EXPECT_EQ(copy.getFileName(), directory.wide("v.skv"));
+}
+
+// The first document is still what the entries point into.
+TEST_F(VesselLife, ADocumentMayBeForgottenAgainAndAgain) {
+    const auto vessel = read(sideScan("2012-001 00:00:00.5"));
+    for (const char* name : {"a.skv", "b.skv", "c.skv"}) {
+        EXPECT_EQ(vessel->setFileName(directory.wide("unused").c_str(), true), 0);
+        EXPECT_EQ(vessel->setFileName(directory.wide(name).c_str(), true), 0);
+        EXPECT_EQ(vessel->store(), 0);
+        EXPECT_EQ(directory.read(name), around(shape + sideScan("2012-001 00:00:00.5")));
+        EXPECT_EQ(vessel->store(), 0);
+    }
+}
+
+TEST_F(VesselLife, EntriesGoIntoTheListOfTheFileOfExactlyTheirName) {
+    const auto vessel = read("<sidescansensor/><SideScanSensor own=\"1\"/>");
+    Entry entry(std::make_unique<SKARSideScanConfig>(TmYDStoUTCs80(2012, 1, 0), status));
+    EXPECT_EQ(vessel->addSensor(entry), 0);
+    std::string list = sideScan("2012-001 00:00:00");
+    list.insert(list.find('>'), " own=\"1\"");
+    EXPECT_EQ(stored(*vessel), around("  <sidescansensor/>\n" + list + shape));
+    EXPECT_EQ(vessel->reload(), 0);
+    EXPECT_EQ(vessel->getSensors().count(), 1U);
+}
+
+TEST_F(VesselLife, AnEmptyTextStaysOne) {
+    const auto vessel = read("<SideScanSensor><TimeStamp value=\"2012-001 00:00:00\"><Comment value=\"\"/>"
+                             "<Authorization/></TimeStamp></SideScanSensor>");
+    const auto* entry = vessel->getFirstSensor(L"SideScanSensor", status);
+    ASSERT_NE(entry, nullptr);
+    EXPECT_STREQ(entry->getComment(), L"");
+    EXPECT_EQ(entry->getAuthorization(), nullptr);
+    EXPECT_NE(stored(*vessel).find("<Comment value=\"\"/>"), std::string::npos);
+}
+
+TEST_F(VesselLife, AShortcutInThePlaceOfTheFileIsFollowedAndTheGivenNameKept) {
+    directory.write("elsewhere/real.skv", around(sideScan("2012-001 00:00:00")));
+    directory.write("v.skv.lnk", skar::tests::shortcutBytes(u".\\elsewhere\\real.skv", ""));
+    const SKARVessel vessel(directory.wide("v.skv").c_str(), status);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(vessel.getSensors().count(), 1U);
+    EXPECT_EQ(vessel.getFileName(), directory.wide("v.skv"));
 }
 
 TEST_F(VesselLife, WhatIsRewrittenLosesOnlyItsOwnRows) {
