@@ -65,9 +65,12 @@ struct RollOffset::Table {
 
 namespace {
 
+// What is no number comes last: without an order among all of them qsort could go anywhere.
 int compareGyroOffsetEntry(const void* left, const void* right) {
     const double first = static_cast<const SKARGyroOffset*>(left)->azimuth;
     const double second = static_cast<const SKARGyroOffset*>(right)->azimuth;
+    if (std::isnan(first) || std::isnan(second))
+        return static_cast<int>(std::isnan(first)) - static_cast<int>(std::isnan(second));
     return first < second ? -1 : static_cast<int>(first > second);
 }
 

@@ -152,6 +152,47 @@ TEST(VesselEntries, FlagsAndNumbersThatAreMissingStay) {
     }
 }
 
+TEST(VesselEntries, ALatencyThatIsMissingIsZeroForTheEntryAndStaysForItsKind) {
+    const Slot slot("<Offsets/>");
+    long status = 0;
+    SKARRollConfig roll(0, status);
+    roll.setLatency(3);
+    roll.SKARVesselSensorConfig::setLatency(5);
+    ASSERT_EQ(roll.load(slot.entry()), 0);
+    EXPECT_EQ(roll.getLatency(), 3);
+    EXPECT_EQ(roll.SKARVesselSensorConfig::getLatency(), 0);
+}
+
+TEST(VesselEntries, ElementsAreFoundWithoutRegardToCaseAndUsedAgain) {
+    const Slot slot("<offsets X=\"1\" Layback=\"2\"/><MODEL value=\"o\"/>");
+    long status = 0;
+    SKARTowedSSSConfig towed(0, status);
+    ASSERT_EQ(towed.load(slot.entry()), 0);
+    EXPECT_EQ(towed.getLaybackOffset(), 2);
+    EXPECT_STREQ(towed.getModel(), L"o");
+    ASSERT_EQ(towed.store(slot.list()), 0);
+    EXPECT_EQ(slot.text(), "<offsets X=\"1.000000\" Layback=\"2.000000\" Y=\"0.000000\" Z=\"0.000000\"/>"
+                           "<MODEL value=\"o\"/><Latency value=\"0.000000\"/>");
+}
+
+TEST(VesselEntries, WithoutAnElementOrAPlaceFailAndStayAsTheyAre) {
+    long status = 0;
+    SKARRollConfig roll(7, status);
+    EXPECT_EQ(roll.load(nullptr), -1);
+    EXPECT_EQ(roll.store(nullptr), -1);
+    SKARDepthConfig depth(7, L"Sweep", status);
+    EXPECT_EQ(depth.load(nullptr), -1);
+    EXPECT_EQ(depth.store(nullptr), -1);
+    EXPECT_EQ(SKARTransducerConfig(1, 1, true).store(nullptr), -1);
+    SKARVesselSensorList list;
+    EXPECT_EQ(list.load(nullptr), 0);
+    EXPECT_EQ(list.store(nullptr), 0);
+    MORVAType<SKARVesselSensorConfig> entry(std::make_unique<SKARRollConfig>(7, status));
+    EXPECT_EQ(list.add(entry), 0);
+    EXPECT_EQ(list.store(nullptr), 5100005);
+    EXPECT_EQ(roll.getTimeStamp(), 7);
+}
+
 TEST(VesselEntries, ATextSetToNullLeavesTheFile) {
     const Slot slot("<Comment value=\"c\"/><Model value=\"o\"/>");
     long status = 0;
@@ -167,8 +208,12 @@ TEST(VesselGyroTable, IsCircularAndJumpsAtTheLastRow) {
     long status = 0;
     SKARGyroConfig gyro(0, status);
     EXPECT_EQ(gyro.getGyroOffset(90), 0);
+    gyro.setGyroOffset(90, 7);
     gyro.setGyroOffset(90, 1);
-    EXPECT_EQ(gyro.getGyroOffset(5), 1);
+    EXPECT_EQ(gyro.getAllGyroOffsets().count(), 1U);
+    for (const double within : {0.0, 5.0, 360.0}) {
+        EXPECT_EQ(gyro.getGyroOffset(within), 1);
+    }
     gyro.setGyroOffset(270, 3);
     EXPECT_EQ(gyro.getGyroOffset(90), 1);
     EXPECT_EQ(gyro.getGyroOffset(180), 2);
@@ -221,9 +266,26 @@ TEST(VesselGyroTable, OfTheSideScanIsAddedAtEveryStoreOfTheShipReplaced) {
     ASSERT_EQ(tow.store(second.list()), 0);
     ASSERT_EQ(tow.load(second.entry()), 0);
     EXPECT_EQ(tow.getAllGyroOffsets().count(), 6U);
-    const Slot without("<Offsets/>");
-    ASSERT_EQ(tow.load(without.entry()), 0);
-    EXPECT_EQ(tow.getAllGyroOffsets().count(), 6U);
+    for (const char* without : {"<Offsets/>", "<Offsets><Gyro/></Offsets>"}) {
+        const Slot slot(without);
+        ASSERT_EQ(tow.load(slot.entry()), 0);
+        EXPECT_EQ(tow.getAllGyroOffsets().count(), 6U) << without;
+    }
+}
+
+TEST(VesselGyroTable, AnAzimuthThatIsNoNumberComesLast) {
+    const Slot slot("<Offsets><Gyro><Entry Azimuth=\"30\"/><Entry Azimuth=\"nan\"/><Entry Azimuth=\"20\"/>"
+                    "<Entry Azimuth=\"-nan\"/><Entry Azimuth=\"10\"/></Gyro></Offsets>");
+    long status = 0;
+    SKARGyroConfig gyro(0, status);
+    ASSERT_EQ(gyro.load(slot.entry()), 0);
+    const auto& rows = gyro.getAllGyroOffsets();
+    ASSERT_EQ(rows.count(), 5U);
+    EXPECT_EQ(rows[0].azimuth, 10);
+    EXPECT_EQ(rows[1].azimuth, 20);
+    EXPECT_EQ(rows[2].azimuth, 30);
+    EXPECT_TRUE(std::isnan(rows[3].azimuth));
+    EXPECT_TRUE(std::isnan(rows[4].azimuth));
 }
 
 TEST(VesselDraft, RowsStandInTheOrderOfSpeed) {
@@ -240,6 +302,11 @@ TEST(VesselDraft, RowsStandInTheOrderOfSpeed) {
     EXPECT_EQ(draft.removeDraft(5), 0);
     draft.resizeDraftTable();
     EXPECT_EQ(draft.getNumEntries(), 0U);
+    const Slot slot("<DraftEntries><Entry Speed=\"4\" Draft=\"1\"/><Entry Speed=\"3\"/><Entry Draft=\"3\"/>"
+                    "<Entry Speed=\"4\" Draft=\"2\"/></DraftEntries>");
+    ASSERT_EQ(draft.load(slot.entry()), 0);
+    ASSERT_EQ(draft.getNumEntries(), 1U);
+    EXPECT_EQ(draft.getDraftEntries().head()->draft, 2);
 }
 
 TEST(VesselSvp, TheSecondHeadSetsTheFlagAndIsWrittenWithItOnly) {
@@ -249,9 +316,16 @@ TEST(VesselSvp, TheSecondHeadSetsTheFlagAndIsWrittenWithItOnly) {
     const Slot single;
     ASSERT_EQ(entry.store(single.list()), 0);
     EXPECT_EQ(single.text().find("X2"), std::string::npos);
+    EXPECT_EQ(single.text().find("Pitch2"), std::string::npos);
+    EXPECT_FALSE(entry.isDualHead());
     entry.setMountAngle(4, 5, 6, true);
     entry.setMountAngle(1, 2, 3, false);
     EXPECT_TRUE(entry.isDualHead());
+    SKARSVPConfig other(0, status);
+    other.setPositionOffsets(1, 2, 3, true);
+    EXPECT_TRUE(other.isDualHead());
+    other.setPositionOffsets(1, 2, 3, false);
+    EXPECT_TRUE(other.isDualHead());
 }
 
 TEST(VesselTpe, AWrongIndexChangesNothing) {
@@ -393,6 +467,54 @@ TEST(VesselDepth, TheSweepFieldsHaveTheirDefaults) {
     EXPECT_EQ(squat, 100);
     EXPECT_EQ(heave, 100);
     EXPECT_EQ(transducer.getStartBeam(), 1U);
+    // Also where there were others before; the rest stays, save the names.
+    SKARTransducerConfig other(5, 6, true);
+    other.setSweepTPEParameters(false, 1, 2, 3, 4);
+    other.setModel(L"o");
+    other.setManufacturer(L"m");
+    other.setLatency(7);
+    ASSERT_EQ(other.load(slot.entry()->children), 0);
+    other.getSweepTPEParameters(fixed, gyro, roll, squat, heave);
+    EXPECT_TRUE(fixed);
+    EXPECT_EQ(gyro + roll, 0);
+    EXPECT_EQ(squat + heave, 200);
+    EXPECT_EQ(other.getTransducerNumber(), 3U);
+    EXPECT_EQ(other.getStartBeam(), 6U);
+    EXPECT_STREQ(other.getModel(), L"o");
+    EXPECT_EQ(other.getManufacturer(), nullptr);
+    EXPECT_EQ(other.getLatency(), 7);
+}
+
+TEST(VesselDepth, OneExactTextFixesATransducer) {
+    for (const auto& [text, expected] :
+         {std::pair{" value=\"Yes\"", true}, std::pair{" value=\"yes\"", false},
+          std::pair{" value=\"true\"", false}, std::pair{"", false}}) {
+        const Slot slot(std::string("<Transducer Number=\"3\"><TransducerFixed") + text + "/></Transducer>");
+        long status = -1;
+        const SKARTransducerConfig transducer(slot.entry()->children, status);
+        EXPECT_EQ(status, 0);
+        bool fixed = !expected;
+        double unused = 0;
+        transducer.getSweepTPEParameters(fixed, unused, unused, unused, unused);
+        EXPECT_EQ(fixed, expected) << text;
+    }
+}
+
+TEST(VesselDepth, BoomsThatAreMissingAreZero) {
+    const Slot slot("<TPEMRUToBoomOffset Y=\"9\"/>");
+    long status = 0;
+    SKARDepthConfig depth(0, L"Sweep", status);
+    depth.setNavigationToBoomOffset(1, 2, 3);
+    depth.setMRUToBoomOffset(4, 5, 6);
+    ASSERT_EQ(depth.load(slot.entry()), 0);
+    double x = -1;
+    double y = -1;
+    double z = -1;
+    depth.getNavigationToBoomOffset(x, y, z);
+    EXPECT_EQ(x + y + z, 0);
+    depth.getMRUToBoomOffset(x, y, z);
+    EXPECT_EQ(x * 100 + y * 10 + z, 496);
+    EXPECT_EQ(depth.getSensorClass(), nullptr);
 }
 
 } // namespace
