@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 #include <cwchar>
+#include <new>
 #include <numbers>
 #include <typeinfo>
 
@@ -73,9 +74,10 @@ private:
     long result_ = 0;
 };
 
-// Finds the entry of a class that is in force and has its fields given out.
+// Finds the entry of a class that is in force and has its fields given out. The look-up itself may be short
+// of memory.
 template <class Entry, class Give>
-long inForce(void* vessel, double time, double* timeStamp, const Failures& failures, Give&& give) {
+long inForce(void* vessel, double time, double* timeStamp, const Failures& failures, Give&& give) try {
     if (vessel == nullptr) return -1;
     long status = 0;
     const auto* entry = dynamic_cast<const Entry*>(
@@ -87,6 +89,8 @@ long inForce(void* vessel, double time, double* timeStamp, const Failures& failu
     Outputs outputs;
     const long result = give(*entry, outputs);
     return result != 0 ? result : outputs.result();
+} catch (const std::bad_alloc&) {
+    return codes::outOfMemory;
 }
 
 bool isSweep(const SKARDepthConfig& entry) {
@@ -156,7 +160,7 @@ void clear(const Head& head) {
 
 } // namespace
 
-void* SKARGetVesselConfiguration(const wchar_t* fileName, long* status) {
+void* SKARGetVesselConfiguration(const wchar_t* fileName, long* status) try {
     put(status, 0L);
     if (fileName == nullptr) return nullptr;
     long result = 0;
@@ -164,6 +168,9 @@ void* SKARGetVesselConfiguration(const wchar_t* fileName, long* status) {
     put(status, result);
     const bool refused = result == codes::vesselImportUnreadable || result == codes::vesselImportNoNavigation;
     return refused ? nullptr : vessel.release();
+} catch (const std::bad_alloc&) {
+    put(status, static_cast<long>(codes::outOfMemory));
+    return nullptr;
 }
 
 void VesselConfigFree(void* vessel) {

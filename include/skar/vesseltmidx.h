@@ -14,7 +14,7 @@
    such entries and for a time before the first. */
 
 /* Reads a vessel file. Null for a null name, and if the file is neither XML nor legacy text (status 5000401,
-   5000402). Any other failure gives the vessel as far as it was read, with the status: look at it. To be
+   5000402) or there is no memory (5000009). Any other failure gives the vessel as far as it was read, with the status: look at it. To be
    ended with VesselConfigFree. */
 SKAR_EXPORT void* SKARGetVesselConfiguration(const wchar_t* fileName, long* status);
 

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <functional>
@@ -74,8 +75,31 @@ struct Whole {
     operator int() const { return value; }
 };
 
+bool isNothing(const Number& output) {
+    return output == 0;
+}
+bool isNothing(const Whole& output) {
+    return output == 0;
+}
+bool isNothing(const Text& output) {
+    return output.value == nullptr;
+}
+template <class Value>
+bool isNothing(const Array<Value>& output) {
+    return output.values == nullptr;
+}
+template <class Output, std::size_t count>
+bool isNothing(const std::array<Output, count>& outputs) {
+    return std::all_of(outputs.begin(), outputs.end(), [](const Output& each) { return isNothing(each); });
+}
+template <class... Outputs>
+bool areNothing(const Outputs&... outputs) {
+    return (isNothing(outputs) && ...);
+}
+
 struct Attitude {
-    Number time, spare[3], latency, offset;
+    Number time, latency, offset;
+    std::array<Number, 3> spare;
     Whole apply;
     Text maker, model, number, comment, authorization;
     template <class Function>
@@ -87,10 +111,8 @@ struct Attitude {
         EXPECT_EQ(*maker + L" " + *model + L" " + *number, L"maker model number");
         EXPECT_EQ(*comment + L" " + *authorization, L"why who");
     }
-    void expectNothing() const {
-        EXPECT_EQ(time + spare[0] + spare[1] + spare[2] + latency + offset, 0);
-        EXPECT_EQ(static_cast<int>(apply), 0);
-        EXPECT_EQ(*maker + *model + *number + *comment + *authorization, L"(null)(null)(null)(null)(null)");
+    bool isEmpty() const {
+        return areNothing(time, spare, latency, offset, apply, maker, model, number, comment, authorization);
     }
 };
 
@@ -169,6 +191,9 @@ struct Navigation {
         return VesselNavigationSensorTmIdxConfig(vessel, at, time, maker, model, number, ellipse, x, y, z,
                                                  latency, comment, authorization);
     }
+    bool isEmpty() const {
+        return areNothing(time, x, y, z, latency, maker, model, number, ellipse, comment, authorization);
+    }
 };
 
 TEST(VesselTimeIndex, NavigationNamesItsEllipse) {
@@ -203,6 +228,7 @@ struct SoundVelocity {
             },
             values);
     }
+    bool isEmpty() const { return areNothing(time, values, comment, authorization); }
     std::vector<double> all() const { return {values.begin(), values.end()}; }
 };
 
@@ -236,6 +262,7 @@ struct Towed {
     long ask(void* vessel, double at) {
         return VesselTowedTmIdxConfig(vessel, at, time, x, y, z, latency, layback, comment, authorization);
     }
+    bool isEmpty() const { return areNothing(time, x, y, z, latency, layback, comment, authorization); }
 };
 
 struct Waterline {
@@ -245,6 +272,7 @@ struct Waterline {
     long ask(void* vessel, double at) {
         return VesselRPTmIdxConfig(vessel, at, time, height, apply, comment, authorization);
     }
+    bool isEmpty() const { return areNothing(time, height, apply, comment, authorization); }
 };
 
 TEST(VesselTimeIndex, TowedSensorAndWaterlineComeAsTheyAre) {
@@ -279,6 +307,7 @@ struct Draft {
     long ask(void* vessel, double at) {
         return VesselDraftTmIdxConfig(vessel, at, time, rows, speeds, drafts, apply, comment, authorization);
     }
+    bool isEmpty() const { return areNothing(time, rows, apply, speeds, drafts, comment, authorization); }
 };
 
 TEST(VesselTimeIndex, DraftRowsFollowAZero) {
@@ -322,6 +351,10 @@ struct Depth {
                                                     authorization);
             },
             heads);
+    }
+    bool isEmpty() const {
+        return areNothing(time, sensorClass, maker, model, number, comment, authorization, count1, count2, x,
+                          y, z, scratch, heads);
     }
     std::vector<double> all() const { return {heads.begin(), heads.end()}; }
 };
@@ -430,6 +463,7 @@ struct Orientation {
         return VesselDepthSensorOrientationTmIdxConfig(vessel, at, time, sensorClass, count1, count2, pitch,
                                                        roll, azimuth);
     }
+    bool isEmpty() const { return areNothing(time, sensorClass, count1, count2, pitch, roll, azimuth); }
 };
 
 struct Latency {
@@ -441,6 +475,7 @@ struct Latency {
         return VesselDepthSensorLatencyTmIdxConfig(vessel, at, time, sensorClass, count1, count2, latency,
                                                    latencies);
     }
+    bool isEmpty() const { return areNothing(time, latency, sensorClass, count1, count2, latencies); }
 };
 
 TEST_F(SweepVessel, GivesAnglesAndLatenciesByTransducerNumber) {
@@ -473,6 +508,7 @@ struct SweepTpe {
         return VesselSweepTPETmIdxConfig(vessel, at, time, count, booms[0], booms[1], booms[2], booms[3],
                                          booms[4], booms[5], fixed, squat, heave, gyro, roll);
     }
+    bool isEmpty() const { return areNothing(time, count, booms, fixed, squat, heave, gyro, roll); }
 };
 
 TEST_F(SweepVessel, GivesTheParametersOfItsErrors) {
@@ -491,11 +527,7 @@ TEST_F(SweepVessel, GivesTheParametersOfItsErrors) {
         vessel, 20, [](auto& entry) { entry.addTransducer(transducer(1, 1, 1)); }, L"Swath");
     SweepTpe swath;
     EXPECT_EQ(swath.ask(&vessel, 20), 5100003);
-    EXPECT_EQ(swath.time, 0);
-    EXPECT_EQ(swath.count, 0);
-    EXPECT_EQ(swath.booms[0], 0);
-    EXPECT_EQ(swath.fixed.values, nullptr);
-    EXPECT_EQ(swath.roll.values, nullptr);
+    EXPECT_TRUE(swath.isEmpty());
 }
 
 TEST(VesselTimeIndex, TheClassOfADepthEntryIsComparedWithoutCase) {
@@ -524,9 +556,13 @@ struct Codes {
     std::function<long(void*, double)> ask;
 };
 
+// A failure leaves no output as it was before the call.
 template <class Question>
 long fresh(void* vessel, double at) {
-    return Question().ask(vessel, at);
+    Question given;
+    const long result = given.ask(vessel, at);
+    EXPECT_EQ(given.isEmpty(), result != 0);
+    return result;
 }
 
 template <class Function>
@@ -534,7 +570,7 @@ std::function<long(void*, double)> attitude(Function* function) {
     return [function](void* vessel, double at) {
         Attitude given;
         const long result = given.ask(function, vessel, at);
-        if (result != 0) given.expectNothing();
+        EXPECT_EQ(given.isEmpty(), result != 0);
         return result;
     };
 }
@@ -608,6 +644,26 @@ TEST(VesselTimeIndex, WithoutMemoryWhatWasMadeStaysTheCallers) {
     EXPECT_EQ(given.x.values, nullptr);
     EXPECT_EQ(given.z.values, nullptr);
     EXPECT_EQ(*given.comment, L"(null)");
+}
+
+TEST(VesselTimeIndex, WithoutMemoryForTheLookUpThereIsACode) {
+    SKARVessel vessel;
+    for (int time = 2000; time > 0; --time)
+        place<SKARRollConfig>(vessel, time, [](auto&) {});
+    const RefusedMemory refused(2000 * sizeof(double));
+    Attitude given;
+    EXPECT_EQ(given.ask(VesselRollSensorTmIdxConfig, &vessel, 10), 5000009);
+    EXPECT_TRUE(given.isEmpty());
+}
+
+TEST(VesselHandle, WithoutMemoryThereIsNone) {
+    const TemporaryDirectory directory;
+    directory.write("v.skv", "<SKARVesselConfig Version=\"2.0\"/>" + std::string(100000, ' '));
+    long status = 0;
+    const std::wstring name = directory.wide("v");
+    const RefusedMemory refused(100000);
+    EXPECT_EQ(SKARGetVesselConfiguration(name.c_str(), &status), nullptr);
+    EXPECT_EQ(status, 5000009);
 }
 
 TEST(VesselHandle, ANullNameGivesNull) {
