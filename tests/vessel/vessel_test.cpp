@@ -102,6 +102,8 @@ TEST(VesselTimes, MovingOntoAnotherEntryDestroysTheMovedOne) {
     EXPECT_EQ(list.getFirstConfig()->getTimeStamp(), 20);
     EXPECT_EQ(list.updateTimeStamp(list.getFirstConfig(), 30), 0);
     EXPECT_EQ(list.getCount(), 2U);
+    EXPECT_EQ(list.updateTimeStamp(list.getLastConfig(), 30), 0);
+    EXPECT_EQ(list.getCount(), 2U);
     const SKARPitchConfig stranger(99, status);
     EXPECT_EQ(list.updateTimeStamp(&stranger, 1), 5100009);
     EXPECT_EQ(list.remove(1), 5100009);
@@ -151,6 +153,71 @@ TEST(VesselCopy, TakesTheListsOutOfTheSource) {
     EXPECT_NE(source.getFirstSensor(L"NavSensor", status), nullptr);
     EXPECT_EQ(source.removeAllSensors(L"NavSensor"), 0);
     EXPECT_TRUE(source.getSensors().isEmpty());
+}
+
+TEST(VesselCopy, OfSeveralListsLeftBehindTheLastIsRemovedFirst) {
+    SKARVessel source;
+    addTo<SKARGyroConfig>(source, 1);
+    addTo<SKARHeaveConfig>(source, 1);
+    const SKARVessel copy(source);
+    EXPECT_EQ(addTo<SKARNavConfig>(source, 2), 0);
+    EXPECT_EQ(source.getSensors().count(), 3U);
+    EXPECT_EQ(source.removeAllSensors(L"NavSensor"), 0);
+    // Both handles are gone, and with them the place that was counted for the list.
+    long status = -1;
+    EXPECT_EQ(source.getSensors().count(), 1U);
+    EXPECT_NE(source.getFirstSensor(L"NavSensor", status), nullptr);
+}
+
+// A list can be reached, and emptied, behind the back of its vessel.
+TEST(VesselTimes, AnEmptiedListIsPassedOverAndSweptAway) {
+    SKARVessel vessel;
+    addTo<SKARGyroConfig>(vessel, 1);
+    addTo<SKARNavConfig>(vessel, 1);
+    ASSERT_EQ(vessel.getSensors().head()->get()->remove(1), 0);
+    long status = 0;
+    EXPECT_EQ(vessel.getSensor(L"GyroSensor", 1, status), nullptr);
+    EXPECT_EQ(status, 5100003);
+    EXPECT_EQ(vessel.getSensor(typeid(SKARGyroConfig), 1, status), nullptr);
+    EXPECT_EQ(status, 5100003);
+    EXPECT_EQ(vessel.removeSensor(1, L"GyroSensor"), 5100003);
+    EXPECT_EQ(addTo<SKARGyroConfig>(vessel, 2), 0);
+    EXPECT_EQ(vessel.getFirstSensor(L"GyroSensor", status)->getTimeStamp(), 2);
+    EXPECT_EQ(vessel.getSensors().count(), 3U);
+    EXPECT_EQ(vessel.removeAllSensors(typeid(SKARHeaveConfig)), 0);
+    EXPECT_EQ(vessel.getSensors().count(), 2U);
+    EXPECT_NE(vessel.getFirstSensor(L"GyroSensor", status), nullptr);
+    EXPECT_EQ(vessel.removeAllSensors(typeid(SKARHeaveConfig)), -1);
+}
+
+TEST(VesselName, OfNoneIsRefusedAndTheDocumentForgottenAllTheSame) {
+    long status = 0;
+    const SKARVessel unnamed(nullptr, status);
+    EXPECT_EQ(status, 5100002);
+    EXPECT_EQ(unnamed.getFileName(), nullptr);
+    const TemporaryDirectory directory;
+    directory.write("v.skv", "<SKARVesselConfig Version=\"1\"><Own/></SKARVesselConfig>");
+    SKARVessel vessel(directory.wide("v").c_str(), status);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(vessel.setFileName(nullptr, true), 5100002);
+    EXPECT_EQ(vessel.getFileName(), directory.wide("v.skv"));
+    EXPECT_EQ(vessel.store(), 0);
+    EXPECT_EQ(directory.read("v.skv"), stored(emptyShape));
+}
+
+TEST(VesselParts, ThatHoldNothingYetAreThere) {
+    SKARVessel vessel;
+    EXPECT_EQ(vessel.getMetaData().load(nullptr), 0);
+    EXPECT_EQ(vessel.getMetaData().store(nullptr), 0);
+    EXPECT_EQ(vessel.getEditHistory().load(nullptr), 0);
+    EXPECT_EQ(vessel.getEditHistory().store(nullptr), 0);
+    EXPECT_EQ(vessel.getVesselShape().store(nullptr), -1);
+    SKARVesselShape shape;
+    shape.addPlanViewCoord(1, 2);
+    vessel.setVesselShape(shape);
+    shape.clearPlanViewCoords();
+    EXPECT_EQ(vessel.getVesselShape().getPlanViewCoords().count(), 1U);
+    EXPECT_EQ(SKARVesselShape(vessel.getVesselShape()).getPlanViewCoords().count(), 1U);
 }
 
 TEST(VesselName, GetsTheExtensionUnlessItHasIt) {
@@ -209,6 +276,8 @@ TEST(VesselTimeText, EachMistakeHasItsMessage) {
 TEST(VesselTimeText, TheLimitsAndTextBehindAreAccepted) {
     double seconds = 0;
     EXPECT_EQ(SKARVesselSensorConfig::decodeTime("2012-183 07:05:09.75", seconds), 0);
+    EXPECT_EQ(seconds, TmYDStoUTCs80(2012, 183, 7 * 3600 + 5 * 60 + 9));
+    EXPECT_EQ(SKARVesselSensorConfig::decodeTime("2012-183 07:05:098", seconds), 0);
     EXPECT_EQ(seconds, TmYDStoUTCs80(2012, 183, 7 * 3600 + 5 * 60 + 9));
     for (const char* text : {"1900-000 00:00:00", "3000-366 23:59:59"}) {
         EXPECT_EQ(SKARVesselSensorConfig::decodeTime(text, seconds), 0) << text;
@@ -323,9 +392,15 @@ TEST_F(VesselFile, TheReasonOfARefusalIsTold) {
     directory.write("v.skv", "<SKARVesselConfig/>");
     read();
     EXPECT_EQ(status, 5100001);
+    write("", "");
+    read();
+    EXPECT_EQ(status, 5100001);
     directory.write("v.skv", "<skarvesselconfig Version=\"2\"/>");
     read();
     EXPECT_EQ(status, 0);
+    write("<RollSensor><TimeStamp value=\"\"/></RollSensor>");
+    read();
+    EXPECT_EQ(status, -1);
     write("<RollSensor><TimeStamp/></RollSensor>");
     read();
     EXPECT_EQ(status, -1);
@@ -366,6 +441,23 @@ TEST_F(VesselFile, AShapeWithoutPlanHasNoReferencePoint) {
     vessel->getVesselShape().getRP(length, width, height);
     EXPECT_EQ(length, 0);
     EXPECT_EQ(height, 0);
+    write("<VesselShape><PlanCoordinates><Entry X=\"1\" Y=\"2\"/></PlanCoordinates>"
+          "<RP Length=\"4\" Width=\"5\" Height=\"6\"/></VesselShape>");
+    const auto second = read();
+    EXPECT_EQ(second->getVesselShape().getPlanViewCoords().count(), 1U);
+    second->getVesselShape().getRP(length, width, height);
+    EXPECT_EQ(length, 0);
+}
+
+TEST_F(VesselFile, OfSeveralReferencePointsTheFirstWholeOneCounts) {
+    write("<VesselShape><PlanCoordinates/><ProfileCoordinates><Entry Y=\"1\" Z=\"2\"/><Entry Z=\"2\"/>"
+          "</ProfileCoordinates><RP Length=\"1\" Width=\"2\"/><RP Length=\"4\" Width=\"5\" Height=\"6\"/>"
+          "<RP Length=\"7\" Width=\"8\" Height=\"9\"/></VesselShape>");
+    const auto vessel = read();
+    double size[3] = {};
+    vessel->getVesselShape().getRP(size[0], size[1], size[2]);
+    EXPECT_EQ(size[0] * 100 + size[1] * 10 + size[2], 456);
+    EXPECT_EQ(vessel->getVesselShape().getProfileViewCoords().count(), 1U);
 }
 
 } // namespace
