@@ -44,6 +44,15 @@ std::wstring extensionOf(const std::wstring& name) {
     return none ? std::wstring() : name.substr(dot);
 }
 
+bool copyDeclarations(const xmlDoc& from, xmlDoc& to) {
+    if (from.intSubset == nullptr) return true;
+    xmlDtd* copy = xmlCopyDtd(from.intSubset);
+    if (copy == nullptr) return false;
+    to.intSubset = copy;
+    xmlAddChild(reinterpret_cast<xmlNode*>(&to), reinterpret_cast<xmlNode*>(copy));
+    return true;
+}
+
 } // namespace
 
 SKARVesselMetaData::SKARVesselMetaData() = default;
@@ -172,6 +181,8 @@ long SKARVessel::store() {
     if (document == nullptr) {
         skar::xml::Document made(xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0")));
         if (made == nullptr) return codes::vesselXmlNode;
+        // What the entries bring along may name entities that the document before declares.
+        if (!forgotten.empty() && !copyDeclarations(*forgotten.back(), *made)) return codes::vesselXmlNode;
         xmlNode* first =
             xmlNewDocNode(made.get(), nullptr, reinterpret_cast<const xmlChar*>(rootName), nullptr);
         if (first == nullptr) return codes::vesselXmlNode;

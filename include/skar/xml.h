@@ -93,9 +93,10 @@ public:
     // (MESSAGE_ID_XML_SAVE_ERROR) for an unknown encoding and a file that could not be written.
     void saveDocument(const MORVAUString& path, bool format = true,
                       const MORVAUString& encoding = MORVAUString(L"UTF-8")) const;
-    // Replaces `nodes` by what an XPath expression selects, none for one that gives no set of nodes. The
-    // prefixes declared at the root hold. Throws AssertionError without expression, document or root,
-    // XMLError (MESSAGE_ID_XPATH_ERROR) for an expression that cannot be evaluated.
+    // Replaces `nodes` by what an XPath expression selects, save namespaces, which are no nodes of
+    // the document; none for one that gives no set of nodes. The prefixes declared at the root hold. Throws
+    // AssertionError without expression, document or root, XMLError (MESSAGE_ID_XPATH_ERROR) for an
+    // expression that cannot be evaluated.
     void xPathSearch(const MORVAUString& xPathExpression, std::vector<xmlNodePtr>& nodes) const;
 
     // Both stay the property of this object; null without a document.

@@ -190,6 +190,40 @@ TEST_F(VesselLife, EntriesGoIntoTheListOfTheFileOfExactlyTheirName) {
     EXPECT_EQ(vessel->getSensors().count(), 1U);
 }
 
+TEST_F(VesselLife, CommentsInstructionsTextsAndNamespacesSurvive) {
+    const std::string text = "<?xml version=\"1.0\"?>\n<!-- ahead -->\n<?made by=\"hand\"?>\n"
+                             "<SKARVesselConfig xmlns:o=\"urn:own\" Version=\"2.0\">\n"
+                             "  <!-- of the towed sonar -->\n"
+                             "  <SideScanSensor>\n"
+                             "    <TimeStamp value=\"2012-001 00:00:00\" o:by=\"me\">\n"
+                             "      <!-- within -->\n"
+                             "      <o:Cable length=\"3\">a &amp; b<![CDATA[<c>]]></o:Cable>\n"
+                             "      <Latency value=\"0.000000\"/>\n"
+                             "    </TimeStamp>\n"
+                             "    <?within list?>\n"
+                             "  </SideScanSensor>\n" +
+                             shape + "</SKARVesselConfig>\n<!-- behind -->\n";
+    directory.write("v.skv", text);
+    SKARVessel vessel(directory.wide("v").c_str(), status);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(stored(vessel), text);
+}
+
+TEST_F(VesselLife, WhatAnEntryRefersToGoesAlongIntoANewDocument) {
+    directory.write("v.skv",
+                    "<!DOCTYPE SKARVesselConfig [<!ENTITY s \"ship\">]><SKARVesselConfig Version=\"2\">"
+                    "<SideScanSensor><T value=\"2012-001 00:00:00\"><Comment value=\"a &s;\"/>"
+                    "<Own of=\"&s;\">the &s;</Own></T></SideScanSensor></SKARVesselConfig>");
+    SKARVessel vessel(directory.wide("v").c_str(), status);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(vessel.setFileName(directory.wide("new").c_str(), true), 0);
+    ASSERT_EQ(vessel.store(), 0);
+    EXPECT_NE(directory.read("new.skv").find("<Own of=\"&s;\">the &s;</Own>"), std::string::npos);
+    const SKARVessel again(directory.wide("new").c_str(), status);
+    ASSERT_EQ(status, 0);
+    EXPECT_STREQ(again.getFirstSensor(L"SideScanSensor", status)->getComment(), L"a ship");
+}
+
 TEST_F(VesselLife, AnEmptyTextStaysOne) {
     const auto vessel = read("<SideScanSensor><TimeStamp value=\"2012-001 00:00:00\"><Comment value=\"\"/>"
                              "<Authorization/></TimeStamp></SideScanSensor>");
