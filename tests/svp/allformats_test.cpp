@@ -247,7 +247,9 @@ TEST_P(RealCasts, ReadSavedAndReadAgainAreTheSame) {
     file->SetFileName(MORVAUString(folder.wide(GetParam().name).c_str()));
     ASSERT_EQ(0, file->UpdateDataFile());
     const std::unique_ptr<SvpFile> again(SvpFile::GetSvpFormat(file->GetFileName(), status));
-    ASSERT_EQ(typeid(*file), typeid(*again));
+    const SvpFile& first = *file;
+    const SvpFile& second = *again;
+    ASSERT_EQ(typeid(first), typeid(second));
     ASSERT_EQ(0, again->ReadInData());
     const auto& after = again->GetRecordsInFile();
     ASSERT_EQ(1u, after.count());

@@ -236,7 +236,8 @@ protected:
         EXPECT_EQ(0, status);
         EXPECT_EQ(text(path), file->GetFileName());
         EXPECT_TRUE(file->GetRecordsInFile().isEmpty());
-        return typeid(*file) == typeid(Format);
+        const SvpFile& found = *file;
+        return typeid(found) == typeid(Format);
     }
     FaultBackend disk;
 };

@@ -2,6 +2,7 @@
 #include "raw_bytes.h"
 #include "shell.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 #include <fstream>
@@ -111,6 +112,14 @@ TEST_F(SkarSvp, ACastWithoutTimeTakesThatOfItsHeader) {
                                       " 22.5 -156.5 -1 0 0 X P 2 )\n" + values))["casts"][0]["time"]
                         .is_null())
             << date;
+}
+
+TEST_F(SkarSvp, ATimeOutsideOfTheCalendarIsNone) {
+    for (const char* date : {"0000-001", "1979-365", "9999-999"}) {
+        const Json json = show(put("c", "Section " + std::string(date) + " 00:00:00\n  1.0 1480.0\n"));
+        EXPECT_TRUE(json["casts"][0]["time"].is_null()) << date << json;
+        EXPECT_TRUE(holds(json["remarks"][0], "no time that could be read")) << date;
+    }
 }
 
 TEST_F(SkarSvp, AFileThatIsNoneIsNamed) {
@@ -441,6 +450,43 @@ TEST_F(CastsOfARawFile, OfALineWithTidesAreCutByNoTime) {
     EXPECT_EQ(runSkar("check " + line.string()).status, 0);
 }
 
+// The comparison itself is that of independent_casts.py; what it prints says how much there was to compare.
+struct FileOfProfiles {
+    const char* name;
+    const char* compared;
+    friend std::ostream& operator<<(std::ostream& stream, const FileOfProfiles& file) {
+        return stream << file.name;
+    }
+};
+
+class RealProfiles : public ToolTest, public testing::WithParamInterface<FileOfProfiles> {};
+
+TEST_P(RealProfiles, AreThoseThatAnIndependentReaderFinds) {
+    expectIndependentReaderAgrees("independent_casts.py", GetParam().name, GetParam().compared);
+}
+
+std::string plainName(std::string name) {
+    for (char& c : name)
+        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
+    return name;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, RealProfiles,
+    testing::Values(
+        FileOfProfiles{"all/0001_20140213_052736_Yolla.all", "1 profiles, 1 casts of 44 values"},
+        FileOfProfiles{"all/0200_MBES_EM122_20150203_010431_Supporter_GA4430.all",
+                       "2 profiles, 1 casts of 361 values"},
+        FileOfProfiles{"all/0243_P007_MBES_EM122_20150207_044356_Supporter_GA4430.all",
+                       "1 profiles, 1 casts of 735 values"},
+        FileOfProfiles{"all-mpl/0077_20221109_123655_Belgica.all", "1 profiles, 1 casts of 16 values"},
+        FileOfProfiles{"all-mpl/0077_20221109_123655_Belgica.wcd", "1 profiles, 1 casts of 16 values"},
+        FileOfProfiles{"all-mpl/EM710_3092155654265012286.all", "1 profiles, 1 casts of 545 values"},
+        FileOfProfiles{"all-mpl/EM710_7041029013895133878.all", "1 profiles, 1 casts of 41 values"},
+        FileOfProfiles{"gsf/0059_20181102_212138_EX1811_MB_EM302.gsf.mb121",
+                       "1 profiles, 1 casts of 977 values"}),
+    [](const auto& file) { return plainName(file.param.name); });
+
 // The casts of real instruments.
 
 fs::path realData() {
@@ -527,12 +573,7 @@ INSTANTIATE_TEST_SUITE_P(All, RealCastsOfTheCommand,
                                          RealCastFile{"down_cast_08-16-17_17_47_28.csv", false, 29},
                                          RealCastFile{"hsrr_2017_s250_dn242_0004.calc", true, 12},
                                          RealCastFile{"ssp1_051017.asvp", true, 49}),
-                         [](const auto& file) {
-                             std::string name = file.param.name;
-                             for (char& c : name)
-                                 c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-                             return name;
-                         });
+                         [](const auto& file) { return plainName(file.param.name); });
 
 } // namespace
 

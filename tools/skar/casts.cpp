@@ -65,7 +65,8 @@ LoadedCasts fromLibrary(const std::string& path) {
     const auto* dat = dynamic_cast<const RANSvpFile_Dat*>(file.get());
     for (const SvpFile::SvpSections& section : file->GetRecordsInFile()) {
         Cast cast;
-        cast.time = microsOf(section.time).value_or(0);
+        const auto time = microsOf(section.time);
+        cast.time = time.value_or(*import::midnight(1980, 1, 1));
         const bool understood = dat != nullptr ? !dat->GetDataList().empty() : !section.latitude.isEmpty();
         if (understood) {
             cast.latitude = dat != nullptr ? dat->GetDataList().front().latitude : section.GetLatitude();
@@ -78,7 +79,7 @@ LoadedCasts fromLibrary(const std::string& path) {
             cast.samples.push_back({value.depth, value.velocity});
         loaded.casts.push_back(std::move(cast));
         // A time that the file does not have is the start of 1980.
-        bool timed = section.time != 0.0;
+        bool timed = time.has_value() && section.time != 0.0;
         if (!timed) {
             const auto dated = headerDate(section);
             if (dated) loaded.casts.back().time = *dated;
