@@ -15,13 +15,13 @@
 // Reading, writing and updating of the families whose file is a run of profiles (pings), each a header
 // directly followed by one record per beam. A family is a Traits class:
 //
-//   using Beam                                  what a caller gets of a beam
-//   static constexpr Family family              codes and departures
-//   static constexpr std::uint32_t written      the version that is written; only that one is updated in
-//   place static constexpr auto& header, beam         the layouts of that version static decltype(auto)
-//   withVersion(version, use)   calls use(header, beam) with the layouts of a version static bool
-//   setReferences(_TELD_Sensor&, const ProfileHeader&) static void widenByHeader(_TELD_Sensor&, const
-//   ProfileHeader&), widenByBeam(_TELD_Sensor&, const Beam&)
+// - using Beam: what a caller gets of a beam
+// - static constexpr Family family: codes and departures
+// - static constexpr std::uint32_t written: the version that is written; only that one is updated in place
+// - static constexpr auto& header, beam: the layouts of that version
+// - static decltype(auto) withVersion(version, use): calls use(header, beam) with the layouts of a version
+// - static bool setReferences(_TELD_Sensor&, const ProfileHeader&)
+// - static void widenByHeader(_TELD_Sensor&, const ProfileHeader&), widenByBeam(_TELD_Sensor&, const Beam&)
 //
 // What a read came to is a Step; how a step reads as a code, a key and details is a table of the family
 // (StepTable).
