@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <cctype>
 #include <utility>
 
 namespace skar::tool::vessel {
@@ -139,10 +141,12 @@ Cells transducerCells(const SKARTransducerConfig& transducer, bool sweep) {
     return cells;
 }
 
+// As the library tells the classes apart: without regard to case.
 bool isSweep(const SKARDepthConfig& depth) {
-    const std::wstring name = depth.getSensorClass() == nullptr ? L"" : depth.getSensorClass();
-    return name.size() == 5 && (name[0] | 0x20) == L's' && (name[1] | 0x20) == L'w' &&
-           (name[2] | 0x20) == L'e' && (name[3] | 0x20) == L'e' && (name[4] | 0x20) == L'p';
+    std::string name = depth.getSensorClass() == nullptr ? "" : narrowText(depth.getSensorClass());
+    std::ranges::transform(name, name.begin(),
+                           [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return name == "sweep";
 }
 
 void addDepth(Sheet& sheet, const SKARDepthConfig& depth, std::set<std::uint32_t> numbers) {
