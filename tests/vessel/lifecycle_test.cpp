@@ -5,6 +5,8 @@
 #include <skar/time.h>
 #include <skar/vesselsensors.h>
 
+#include <libxml/parser.h>
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -87,6 +89,9 @@ TEST_F(VesselLife, AMovedEntryKeepsItsElement) {
     const auto vessel = read(sideScan("2012-001 00:00:00.75"));
     auto* list = const_cast<SKARVesselSensorList*>(vessel->getSensorList(typeid(SKARSideScanConfig)));
     ASSERT_NE(list, nullptr);
+    // Moved to where it stands it has not changed.
+    EXPECT_EQ(list->updateTimeStamp(list->getFirstConfig(), TmYDStoUTCs80(2012, 1, 0)), 0);
+    EXPECT_EQ(stored(*vessel), around(sideScan("2012-001 00:00:00.75") + shape));
     EXPECT_EQ(list->updateTimeStamp(list->getFirstConfig(), TmYDStoUTCs80(2013, 32, 3661.5)), 0);
     EXPECT_EQ(stored(*vessel), around(sideScan("2013-032 01:01:01") + shape));
 }
@@ -222,6 +227,47 @@ TEST_F(VesselLife, WhatAnEntryRefersToGoesAlongIntoANewDocument) {
     const SKARVessel again(directory.wide("new").c_str(), status);
     ASSERT_EQ(status, 0);
     EXPECT_STREQ(again.getFirstSensor(L"SideScanSensor", status)->getComment(), L"a ship");
+}
+
+TEST_F(VesselLife, ReadingSetsTheBlanksOfTheThread) {
+    const auto vessel = read("");
+    const int before = xmlKeepBlanksDefault(1);
+    EXPECT_EQ(vessel->reload(), 0);
+    EXPECT_EQ(xmlKeepBlanksDefault(before), 0);
+}
+
+// What a caller hands in may be the vessel's own.
+TEST_F(VesselLife, ItsOwnTextsAndPartsMayBeHandedIn) {
+    const auto vessel =
+        read("<VesselShape><PlanCoordinates><Entry X=\"1\" Y=\"2\"/></PlanCoordinates></VesselShape>"
+             "<DepthSensor><T value=\"2012-001 00:00:00\"><Comment value=\"c\"/><TransducerEntries>"
+             "<T Number=\"1\"><Manufacturer value=\"m\"/></T></TransducerEntries></T>"
+             "<T value=\"2012-002 00:00:00\"/></DepthSensor>");
+    vessel->setVesselShape(vessel->getVesselShape());
+    EXPECT_EQ(vessel->getVesselShape().getPlanViewCoords().count(), 1U);
+    auto& depth = dynamic_cast<SKARDepthConfig&>(
+        const_cast<SKARVesselSensorConfig&>(*vessel->getFirstSensor(L"DepthSensor", status)));
+    EXPECT_EQ(depth.setComment(depth.getComment()), 0);
+    EXPECT_STREQ(depth.getComment(), L"c");
+    EXPECT_EQ(depth.addTransducer(*depth.getTransducer(1, status)), 0);
+    EXPECT_STREQ(depth.getTransducer(1, status)->getManufacturer(), L"m");
+    EXPECT_EQ(vessel->removeSensor(depth.getTimeStamp(), depth.getName()), 0);
+    const auto* last = vessel->getFirstSensor(typeid(SKARDepthConfig), status);
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(vessel->removeSensor(last->getTimeStamp(), last->getName()), 0);
+    EXPECT_TRUE(vessel->getSensors().isEmpty());
+}
+
+TEST_F(VesselLife, NoNameIsThatOfNoKind) {
+    const auto vessel = read(sideScan("2012-001 00:00:00"));
+    const wchar_t* const none = nullptr;
+    EXPECT_EQ(vessel->getSensor(none, 1e10, status), nullptr);
+    EXPECT_EQ(status, 5100003);
+    EXPECT_EQ(vessel->getFirstSensor(none, status), nullptr);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(vessel->getLastSensor(none, status), nullptr);
+    EXPECT_EQ(vessel->removeSensor(0, none), 5100003);
+    EXPECT_EQ(vessel->getSensors().count(), 1U);
 }
 
 TEST_F(VesselLife, AnEmptyTextStaysOne) {

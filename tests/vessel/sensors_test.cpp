@@ -357,6 +357,12 @@ TEST(VesselTpe, WithoutDeviationsTheCommentStays) {
     const Slot deviations("<StandardDeviation/>");
     ASSERT_EQ(tpe.load(deviations.entry()), 0);
     EXPECT_EQ(tpe.getStDevComment(), nullptr);
+    const Slot told("<StandardDeviation><Vessel><StDevComment value=\"t\"/></Vessel></StandardDeviation>");
+    ASSERT_EQ(tpe.load(told.entry()), 0);
+    EXPECT_STREQ(tpe.getStDevComment(), L"t");
+    tpe.setStDevComment(nullptr);
+    ASSERT_EQ(tpe.store(told.list()), 0);
+    EXPECT_EQ(told.text().find("StDevComment"), std::string::npos);
 }
 
 TEST(VesselWaterline, AMissingHeightIsZero) {
