@@ -167,6 +167,7 @@ TEST_F(HostileVessel, NumbersOfAnySizeAreNoTransducer) {
     EXPECT_EQ(code("4294967296"), 5100100);
     EXPECT_EQ(code("99999999999999999999999"), 5100100);
     EXPECT_EQ(code(std::string(1000000, '9')), 5100100);
+    EXPECT_EQ(code("-2147483649"), 5100100);
     EXPECT_EQ(code("none"), 5100100);
     EXPECT_EQ(code(""), 5100100);
     EXPECT_EQ(code("4294967295"), 0);

@@ -99,7 +99,8 @@ TEST_F(VesselLife, AMovedEntryKeepsItsElement) {
 TEST_F(VesselLife, EveryTimeTextThatIsReadComesBack) {
     for (const char* text : {"1900-000 00:00:00", "3000-366 23:59:59", "2012-001 00:00:00.75 UTC",
                              "2012-  7  1: 2: 3", "1979-365 23:59:59", "1980-001 00:00:00"}) {
-        const auto vessel = read(sideScan(text));
+        const auto vessel =
+            read("<SideScanSensor><TimeStamp value=\"" + std::string(text) + "\"/></SideScanSensor>");
         EXPECT_EQ(stored(*vessel), around(sideScan(text) + shape));
     }
 }
@@ -166,10 +167,28 @@ TEST_F(VesselLife, ACopyOutlivesTheVesselThatWasRead) {
     const std::string text = sideScan("2012-001 00:00:00") + "  <Own/>\n";
     auto source = read(text);
     SKARVessel copy(*source);
+    EXPECT_FALSE(copy.isModified());
     EXPECT_EQ(source->reload(), 0);
     source.reset();
     EXPECT_EQ(stored(copy), around(text + shape));
     EXPECT_EQ(copy.getFileName(), directory.wide("v.skv"));
+}
+
+TEST_F(VesselLife, ACopyHoldsTheDocumentThatWasForgotten) {
+    directory.write("v.skv", "<SKARVesselConfig Version=\"1.5\">" + sideScan("2012-001 00:00:00.5") +
+                                 "</SKARVesselConfig>");
+    auto source = std::make_unique<SKARVessel>(directory.wide("v").c_str(), status);
+    ASSERT_EQ(status, 0);
+    Entry entry(std::make_unique<SKARNavConfig>(1, status));
+    EXPECT_EQ(source->addSensor(entry), 0);
+    EXPECT_EQ(source->setFileName(directory.wide("new").c_str(), true), 0);
+    SKARVessel copy(*source);
+    source.reset();
+    EXPECT_TRUE(copy.isModified());
+    EXPECT_EQ(copy.getFileVersion(), 1.5F);
+    EXPECT_EQ(copy.removeAllSensors(L"NavSensor"), 0);
+    EXPECT_EQ(copy.store(), 0);
+    EXPECT_EQ(directory.read("new.skv"), around(shape + sideScan("2012-001 00:00:00.5")));
 }
 
 // The first document is still what the entries point into.

@@ -115,6 +115,10 @@ TEST(VesselEntries, NamesLoseTheirQuotesAndNullClears) {
     EXPECT_STREQ(nav.getManufacturer(), L"Acme");
     nav.setManufacturer(L"\"");
     EXPECT_STREQ(nav.getManufacturer(), L"");
+    nav.setManufacturer(L"\"\"");
+    EXPECT_STREQ(nav.getManufacturer(), L"");
+    nav.setManufacturer(L"a\"b\"");
+    EXPECT_STREQ(nav.getManufacturer(), L"a\"b");
     nav.setManufacturer(nullptr);
     EXPECT_EQ(nav.getManufacturer(), nullptr);
     EXPECT_EQ(nav.setEllipseName(L"\"WG84\""), 0);
@@ -315,8 +319,8 @@ TEST(VesselSvp, TheSecondHeadSetsTheFlagAndIsWrittenWithItOnly) {
     entry.setPositionOffsets(1, 2, 3, false);
     const Slot single;
     ASSERT_EQ(entry.store(single.list()), 0);
-    EXPECT_EQ(single.text().find("X2"), std::string::npos);
-    EXPECT_EQ(single.text().find("Pitch2"), std::string::npos);
+    EXPECT_EQ(single.text(), "<Latency value=\"0.000000\"/><DualHead value=\"No\"/><Offsets " + xyz +
+                                 "/><MountAngle Pitch=\"0.000000\" Roll=\"0.000000\" Azimuth=\"0.000000\"/>");
     EXPECT_FALSE(entry.isDualHead());
     entry.setMountAngle(4, 5, 6, true);
     entry.setMountAngle(1, 2, 3, false);
@@ -504,6 +508,17 @@ TEST(VesselDepth, OneExactTextFixesATransducer) {
         transducer.getSweepTPEParameters(fixed, unused, unused, unused, unused);
         EXPECT_EQ(fixed, expected) << text;
     }
+}
+
+TEST(VesselDepth, ATransducerWithoutAModelHasNoneInTheFile) {
+    long status = 0;
+    SKARDepthConfig depth(0, L"Swath", status);
+    SKARTransducerConfig transducer(1, 1, true);
+    transducer.setModel(nullptr);
+    depth.addTransducer(transducer);
+    const Slot written;
+    ASSERT_EQ(depth.store(written.list()), 0);
+    EXPECT_NE(written.text().find("<Transducer Number=\"1\" StartBeam=\"1\"><Offsets"), std::string::npos);
 }
 
 TEST(VesselDepth, BoomsThatAreMissingAreZero) {

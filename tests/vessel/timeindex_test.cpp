@@ -411,6 +411,14 @@ TEST(VesselTimeIndex, ASwathGivesItsFirstTwoTransducers) {
     EXPECT_EQ(none.ask(&vessel, 30), 0);
     EXPECT_EQ(none.count1, 1);
     EXPECT_EQ(none.all(), std::vector<double>(16, 0.0));
+    // One alone is no second head, whatever its number.
+    place<SKARDepthConfig>(
+        vessel, 40, [](auto& entry) { entry.addTransducer(transducer(2, 129, 8)); }, L"Swath");
+    Depth alone;
+    EXPECT_EQ(alone.ask(&vessel, 40), 0);
+    EXPECT_EQ(alone.count1, 1);
+    EXPECT_EQ(alone.count2, 1);
+    EXPECT_EQ(alone.all(), std::vector<double>(16, 0.0));
     EXPECT_EQ(*none.maker, L"(null)");
 }
 

@@ -109,6 +109,25 @@ TEST(VesselTimes, MovingOntoAnotherEntryDestroysTheMovedOne) {
     EXPECT_EQ(list.remove(1), 5100009);
 }
 
+TEST(VesselTimes, AnEntryIsFollowedByTheNextWhateverWasAskedBefore) {
+    SKARVesselSensorList list;
+    long status = 0;
+    const SKARVesselSensorConfig* entries[4] = {};
+    for (const int place : {0, 1, 2, 3}) {
+        Entry entry(std::make_unique<SKARPitchConfig>(place, status));
+        entries[place] = entry.get();
+        EXPECT_EQ(list.add(entry), 0);
+    }
+    for (const int place : {2, 0, 0, 1, 2, 1}) {
+        EXPECT_EQ(list.getNextConfig(entries[place]), entries[place + 1]) << place;
+    }
+    const SKARPitchConfig stranger(1, status);
+    EXPECT_EQ(list.getNextConfig(&stranger), nullptr);
+    EXPECT_EQ(list.remove(1), 0);
+    EXPECT_EQ(list.getNextConfig(entries[0]), entries[2]);
+    EXPECT_EQ(list.getNextConfig(entries[3]), nullptr);
+}
+
 TEST(VesselTimes, TheListGoesWithItsLastEntry) {
     SKARVessel vessel;
     addTo<SKARNavConfig>(vessel, 10);
@@ -374,10 +393,27 @@ TEST_F(VesselFile, OfTwoAtOneTimeAndOfTwoListsTheFirstStays) {
     EXPECT_EQ(vessel->getFileVersion(), 1.5F);
     const auto* list = vessel->getSensorList(typeid(SKARRollConfig));
     ASSERT_NE(list, nullptr);
+    EXPECT_EQ(vessel->getSensors().count(), 1U);
     EXPECT_EQ(list->getCount(), 1U);
     EXPECT_STREQ(static_cast<const SKARRollConfig*>(list->getFirstConfig())->getModel(), L"first");
     EXPECT_EQ(vessel->store(), 0);
     EXPECT_NE(directory.read("v.skv").find("Version=\"2.0\""), std::string::npos);
+}
+
+TEST_F(VesselFile, OfManyAtTwoTimesTheFirstOfEachStays) {
+    std::string entries;
+    for (int entry = 0; entry < 100; ++entry) {
+        entries += "<TimeStamp value=\"2012-00" + std::string(entry % 2 == 0 ? "2" : "1") +
+                   " 00:00:00\"><Model value=\"" + std::to_string(entry) + "\"/></TimeStamp>";
+    }
+    write("<RollSensor>" + entries + "</RollSensor>");
+    const auto vessel = read();
+    EXPECT_EQ(status, 0);
+    const auto* list = vessel->getSensorList(typeid(SKARRollConfig));
+    ASSERT_NE(list, nullptr);
+    ASSERT_EQ(list->getCount(), 2U);
+    EXPECT_STREQ(static_cast<const SKARRollConfig*>(list->getFirstConfig())->getModel(), L"1");
+    EXPECT_STREQ(static_cast<const SKARRollConfig*>(list->getLastConfig())->getModel(), L"0");
 }
 
 TEST_F(VesselFile, TheReasonOfARefusalIsTold) {
