@@ -28,11 +28,9 @@ std::string timeText(double seconds) {
     std::int32_t year = -1;
     std::int32_t day = -1;
     double ofDay = -1;
-    // The fraction is not written. Left in, the last of it before midnight could be rounded into the next
-    // day.
-    TmUTCs80toYDS(std::floor(seconds), &year, &day, &ofDay);
+    TmUTCs80toYDS(seconds, &year, &day, &ofDay);
     if (year < 0 || ofDay < 0) return {};
-    // The first second of 1981 comes as a day behind the last of 1980, which no reader takes.
+    // The first instant of 1981 comes as a day behind the last of 1980, which no reader takes.
     if (const std::int32_t days = TmYMDtoJD(year, 12, 31); day > days) {
         day -= days;
         ++year;
