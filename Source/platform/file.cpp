@@ -316,11 +316,21 @@ bool FileBackend::status(const std::string& path, FileStatus& status) {
         return false;
     }
     status.directory = S_ISDIR(info.st_mode);
+    status.regular = S_ISREG(info.st_mode);
     status.size = info.st_size;
     status.modified = std::int64_t{info.st_mtim.tv_sec} * 1000000000 + info.st_mtim.tv_nsec;
     status.device = info.st_dev;
     status.number = info.st_ino;
     return true;
+}
+
+std::string FileBackend::linkEnd(const std::string& path) {
+    struct stat info = {};
+    if (::lstat(path.c_str(), &info) != 0 || !S_ISLNK(info.st_mode)) {
+        return path;
+    }
+    const std::unique_ptr<char, void (*)(void*)> end(::realpath(path.c_str(), nullptr), std::free);
+    return end == nullptr ? path : end.get();
 }
 
 bool FileBackend::remove(const std::string& path) {
@@ -350,6 +360,11 @@ bool FileBackend::rename(const std::string& from, const std::string& to) {
 }
 
 bool FileBackend::replace(const std::string& from, const std::string& to) {
+    struct stat info = {};
+    if (::stat(to.c_str(), &info) == 0) {
+        // A file system without permissions is no reason not to replace.
+        static_cast<void>(::chmod(from.c_str(), info.st_mode & 07777));
+    }
     return ::rename(from.c_str(), to.c_str()) == 0;
 }
 
@@ -448,6 +463,12 @@ bool pathAccessible(const wchar_t* path) {
 bool fileStatus(const wchar_t* path, FileStatus& status) {
     return onPath(path,
                   [&status](const std::string& native) { return activeBackend->status(native, status); });
+}
+
+std::wstring linkEnd(const std::wstring& path) {
+    const std::string native = nativePath(path.c_str());
+    const std::string end = native.empty() ? native : activeBackend->linkEnd(native);
+    return end == native ? path : wideName(end.c_str());
 }
 
 bool removeFile(const wchar_t* path) {

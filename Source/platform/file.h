@@ -49,6 +49,8 @@ std::wstring wideName(const std::string& native);
 
 struct FileStatus {
     bool directory = false;
+    // A file that holds bytes: no directory, device or pipe.
+    bool regular = false;
     std::int64_t size = 0;
     // When it was written last, in nanoseconds since 1970 as far as the file system keeps them.
     std::int64_t modified = 0;
@@ -72,9 +74,10 @@ public:
     virtual std::FILE* open(const std::string& path, const char* mode, bool& existed);
     virtual std::FILE* openOwn(const std::string& path);
     virtual bool status(const std::string& path, FileStatus& status);
+    virtual std::string linkEnd(const std::string& path);
     virtual bool remove(const std::string& path);
     virtual bool rename(const std::string& from, const std::string& to);
-    // Puts the file in the place of one that may be there.
+    // Puts the file in the place of one that may be there, whose permissions it gets.
     virtual bool replace(const std::string& from, const std::string& to);
     virtual bool makeDirectory(const std::string& path);
     virtual bool removeDirectory(const std::string& path);
@@ -102,6 +105,8 @@ bool readFile(const wchar_t* path, std::size_t most, std::string& bytes);
 // All of these return true on success; on failure errno and the last error are set.
 bool pathAccessible(const wchar_t* path);
 bool fileStatus(const wchar_t* path, FileStatus& status);
+// Where a symbolic link leads in the end; the path itself if it is none, or leads nowhere.
+std::wstring linkEnd(const std::wstring& path);
 bool removeFile(const wchar_t* path);
 // Fails, and keeps both files, when the target exists.
 bool renameFile(const wchar_t* from, const wchar_t* to);

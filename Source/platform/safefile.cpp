@@ -18,21 +18,23 @@ std::wstring freeName(const std::wstring& path) {
 
 } // namespace
 
-SafeFile::SafeFile(const std::wstring& path) : path_(path) {
-    const bool exists = pathAccessible(path.c_str());
-    if (exists) {
+SafeFile::SafeFile(const std::wstring& path) : path_(linkEnd(path)) {
+    FileStatus before;
+    const bool exists = fileStatus(path_.c_str(), before);
+    // A device or a pipe is written, never replaced.
+    if (exists && before.regular) {
         // Replacing a file needs the same leave as writing it.
-        std::FILE* probe = openFile(path.c_str(), "rb+");
+        std::FILE* probe = openFile(path_.c_str(), "rb+");
         if (!probe) return;
         std::fclose(probe);
-        neighbour_ = freeName(path);
+        neighbour_ = freeName(path_);
         stream_ = openFile(neighbour_.c_str(), "wb");
         // Short of space or of files the old one must not be touched; a directory closed to new names is no
         // reason to.
         if (stream_ || lastError() != errorAccessDenied) return;
         neighbour_.clear();
     }
-    stream_ = openFile(path.c_str(), "wb");
+    stream_ = openFile(path_.c_str(), "wb");
     made_ = !exists && stream_;
 }
 

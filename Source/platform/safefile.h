@@ -4,7 +4,8 @@
 #include <string>
 
 // A file written anew in the place of one that must not be lost: the bytes go to a neighbour, which takes the
-// place only once all of them are with the system. Where no neighbour can be made the file itself is written.
+// place only once all of them are with the system. Where no neighbour can be made the file itself is written,
+// and so is what is no regular file. A link stays one: the file at its end is replaced.
 namespace skar::platform {
 
 class SafeFile {

@@ -398,6 +398,7 @@ bool FaultBackend::status(const std::string& path, platform::FileStatus& status)
     }
     status = {};
     status.directory = !node;
+    status.regular = static_cast<bool>(node);
     status.size = node ? static_cast<std::int64_t>(node->bytes.size()) : 0;
     status.number = node ? node->number : 0;
     return true;

@@ -99,6 +99,8 @@ public:
     std::FILE* open(const std::string& path, const char* mode, bool& existed) override;
     std::FILE* openOwn(const std::string& path) override;
     bool status(const std::string& path, platform::FileStatus& status) override;
+    // There are no links on this disk.
+    std::string linkEnd(const std::string& path) override { return path; }
     bool remove(const std::string& path) override;
     bool rename(const std::string& from, const std::string& to) override;
     bool replace(const std::string& from, const std::string& to) override;
