@@ -79,6 +79,11 @@ std::string castStamp(double time) {
     std::int32_t day = 0;
     double seconds = 0.0;
     TmUTCs80toYDS(time, &year, &day, &seconds);
+    // The first instant of 1981 comes as a day behind the last of 1980, which has no month.
+    if (const std::int32_t days = TmYMDtoJD(year, 12, 31); day > days) {
+        day -= days;
+        ++year;
+    }
     std::int32_t month = 0;
     std::int32_t dayOfMonth = 0;
     TmYJDtoMD(year, day, &month, &dayOfMonth);

@@ -1,5 +1,7 @@
 #include "casts.h"
 
+#include <skar/time.h>
+
 #include <boost/date_time/c_time.hpp>
 
 #include <ctime>
@@ -143,6 +145,15 @@ TEST(ChsHeader, IsGenerated) {
                " 45.5000000 -63.1234568 -1 202602141230 202602141230 SVPEDITOR N 12 )\n";
     };
     EXPECT_TRUE(line == expected(stampAt(before)) || line == expected(stampAt(after))) << line;
+}
+
+TEST(ChsHeader, TheFirstInstantOfAYearIsThatOfItsFirstDay) {
+    for (const std::int32_t year : {1979, 1980, 1981, 1982, 2026}) {
+        MORVAUString made;
+        CHSSvpFile::GenerateHeader(made, TmYDStoUTCs80(year, 1, 0), 0, 0, 1);
+        const std::string stamp = std::to_string(year) + "01010000";
+        EXPECT_NE(made.toUTF8().find(stamp), std::string::npos) << made.toUTF8();
+    }
 }
 
 TEST(ChsHeader, KeepsWhatAnUpdateDoesNotConcern) {

@@ -95,13 +95,13 @@ TEST_F(LegacyPage, ASwathOfTwoHeads) {
     ASSERT_EQ(entry.getNumTransducers(), 2U);
     const SKARTransducerConfig& one = transducer(entry, 1);
     EXPECT_EQ(one.getStartBeam(), 1U);
-    EXPECT_EQ(positionOf(one), (Three{0.8, -1.2, 3.1}));
+    EXPECT_EQ(positionOf(one), (Three{-1.2, 0.8, 3.1}));
     EXPECT_EQ(mountOf(one), (Three{0.3, -40, 1}));
     EXPECT_EQ(one.getLatency(), 0.01);
     expectEquipment(one, L"Soundworks", L"Fan 60", L"4711/4712");
     const SKARTransducerConfig& two = transducer(entry, 2);
     EXPECT_EQ(two.getStartBeam(), 61U);
-    EXPECT_EQ(positionOf(two), (Three{0.8, 1.2, 3.15}));
+    EXPECT_EQ(positionOf(two), (Three{1.2, 0.8, 3.15}));
     EXPECT_EQ(mountOf(two), (Three{0.25, 40, 359.5}));
     EXPECT_EQ(two.getLatency(), 0.015);
     expectEquipment(two, L"Soundworks", L"Fan 60", L"4711/4712");
@@ -207,9 +207,9 @@ TEST_F(LegacyPage, ASoundVelocityProbe) {
     const auto& entry = first<SKARSVPConfig>();
     EXPECT_EQ(entry.getTimeStamp(), pageTime);
     EXPECT_TRUE(entry.isDualHead());
-    EXPECT_EQ(positionOf(entry, false), (Three{0.8, -1.2, 3.1}));
+    EXPECT_EQ(positionOf(entry, false), (Three{-1.2, 0.8, 3.1}));
     EXPECT_EQ(mountOf(entry, false), (Three{0.3, -40, 1}));
-    EXPECT_EQ(positionOf(entry, true), (Three{0.8, 1.2, 3.15}));
+    EXPECT_EQ(positionOf(entry, true), (Three{1.2, 0.8, 3.15}));
     EXPECT_EQ(mountOf(entry, true), (Three{0.25, 40, 359.5}));
     expectRemarks(entry, L"at the heads");
 }

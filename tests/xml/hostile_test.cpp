@@ -139,6 +139,13 @@ TEST_F(HostileXml, WhatALargeFileOfOurOwnHoldsIsAccepted) {
     const std::string names = numbered("<n", 20000, " a='1' b='2' c='3' d='4' e='5' f='6'/>");
     EXPECT_TRUE(opens("<r><S value='last'/>" + names + "</r>"));
     EXPECT_EQ(value, L"last");
+    EXPECT_TRUE(opens("<r>" + [] {
+        std::string tags;
+        for (int n = 0; n < 100000; ++n)
+            tags += "<n a='' b='' c='' d='' e='' f='' g='' h='' i='' j='' k='' l='' m='' n='' o=''/>";
+        return tags;
+    }() + "<S value='many'/></r>"));
+    EXPECT_EQ(value, L"many");
     EXPECT_TRUE(opens("<r " + numbered("b", 4000, "='' ") + "><S value='&lt;&amp;&gt;'/></r>"));
     EXPECT_EQ(value, L"<&>");
     EXPECT_TRUE(opens(wide("<r><S value='wide'/></r>")));

@@ -15,6 +15,8 @@ namespace {
 
 // Each of these keeps libxml2 2.9 below some tenths of a second.
 constexpr std::size_t mostAttributePairs = 20000000;
+// So few in one tag cost no more than reading them.
+constexpr std::size_t freeAttributes = 16;
 constexpr std::size_t mostPrefixSteps = 400000000;
 constexpr std::size_t mostNames = 50000;
 constexpr std::size_t mostDeclarations = std::size_t{1} << 20;
@@ -113,7 +115,7 @@ private:
                 ++at_;
             }
         }
-        attributePairs_ += attributes * attributes;
+        attributePairs_ += attributes > freeAttributes ? attributes * attributes : 0;
         prefixSteps_ += namespaces_ * prefixed;
         tooMuch_ = tooMuch_ || attributePairs_ > mostAttributePairs || prefixSteps_ > mostPrefixSteps;
     }
