@@ -114,6 +114,15 @@ void putAt(Value* array, std::size_t index, Value value) {
     if (array != nullptr) array[index] = value;
 }
 
+template <class Entry>
+void putPosition(double* x, double* y, double* z, const Entry& entry) {
+    double offsets[3] = {};
+    entry.getPositionOffsets(offsets[0], offsets[1], offsets[2]);
+    put(x, offsets[0]);
+    put(y, offsets[1]);
+    put(z, offsets[2]);
+}
+
 // Where the values of one head go.
 struct Head {
     double* x;
@@ -198,11 +207,7 @@ long VesselHeaveSensorTmIdxConfig(void* vessel, double time, double* timeStamp, 
     return inForce<SKARHeaveConfig>(vessel, time, timeStamp,
                                     {codes::heaveNotConfigured, codes::heaveTooEarly},
                                     [&](const SKARHeaveConfig& entry, Outputs& outputs) {
-                                        double offsets[3] = {};
-                                        entry.getPositionOffsets(offsets[0], offsets[1], offsets[2]);
-                                        put(x, offsets[0]);
-                                        put(y, offsets[1]);
-                                        put(z, offsets[2]);
+                                        putPosition(x, y, z, entry);
                                         put(latency, entry.getLatency());
                                         put(heaveOffset, entry.getHeaveOffset());
                                         put(applyFlag, static_cast<int>(entry.getApplyFlag()));
@@ -221,11 +226,7 @@ long VesselNavigationSensorTmIdxConfig(void* vessel, double time, double* timeSt
     return inForce<SKARNavConfig>(vessel, time, timeStamp,
                                   {codes::navigationSensorNotConfigured, codes::navigationSensorTooEarly},
                                   [&](const SKARNavConfig& entry, Outputs& outputs) {
-                                      double offsets[3] = {};
-                                      entry.getPositionOffsets(offsets[0], offsets[1], offsets[2]);
-                                      put(x, offsets[0]);
-                                      put(y, offsets[1]);
-                                      put(z, offsets[2]);
+                                      putPosition(x, y, z, entry);
                                       put(latency, entry.getLatency());
                                       outputs.equipment(manufacturer, model, serialNumber, entry);
                                       outputs.text(ellipseName, entry.getEllipseName());
@@ -304,11 +305,7 @@ long VesselTowedTmIdxConfig(void* vessel, double time, double* timeStamp, double
     return inForce<SKARTowedSSSConfig>(vessel, time, timeStamp,
                                        {codes::towedNotConfigured, codes::towedTooEarly},
                                        [&](const SKARTowedSSSConfig& entry, Outputs& outputs) {
-                                           double offsets[3] = {};
-                                           entry.getPositionOffsets(offsets[0], offsets[1], offsets[2]);
-                                           put(x, offsets[0]);
-                                           put(y, offsets[1]);
-                                           put(z, offsets[2]);
+                                           putPosition(x, y, z, entry);
                                            put(latency, entry.getLatency());
                                            put(layback, entry.getLaybackOffset());
                                            outputs.comments(comment, authorization, entry);
