@@ -50,6 +50,10 @@ Text textOfChild(const xmlNode* parent, const char* name);
 // Null takes the child out of the file.
 void storeTextOfChild(xmlNode* parent, const char* name, const Text& text);
 
+// Sets the rows in the order of speed, in which the table takes each in one step, however they come. Of rows
+// of one speed the last counts; what is no number comes last.
+void setDrafts(SKARDraftConfig& owner, std::vector<SKARDraftConfig::vesselDraft> rows);
+
 const char* yesNoText(bool flag);
 bool yesNoValue(std::string_view text);
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <tuple>
+#include <utility>
 #include <vector>
 
 using skar::vessel::ApplyFlag;
@@ -225,6 +226,15 @@ long GyroTable::setGyroOffset(double azimuth, double offset) {
 long GyroTable::resizeGyroTable() {
     rows.resize(0);
     return 0;
+}
+
+void setDrafts(SKARDraftConfig& owner, std::vector<SKARDraftConfig::vesselDraft> rows) {
+    using Row = SKARDraftConfig::vesselDraft;
+    std::stable_sort(rows.begin(), rows.end(), [](const Row& left, const Row& right) {
+        return std::isnan(right.speed) ? !std::isnan(left.speed) : left.speed < right.speed;
+    });
+    for (const Row& row : rows)
+        owner.setDraft(row.speed, row.draft);
 }
 
 } // namespace skar::vessel
@@ -523,14 +533,7 @@ struct SKARDraftConfig::Table {
             const std::optional<double> draft = skar::vessel::numberIn(row, "Draft");
             if (speed && draft) read.push_back({*speed, *draft});
         }
-        // A file whose rows stand in any order is to load as fast as one in order; what is no number comes
-        // last.
-        std::stable_sort(read.begin(), read.end(), [](const vesselDraft& left, const vesselDraft& right) {
-            return std::isnan(right.speed) ? !std::isnan(left.speed) : left.speed < right.speed;
-        });
-        for (const vesselDraft& row : read) {
-            owner.setDraft(row.speed, row.draft);
-        }
+        skar::vessel::setDrafts(owner, std::move(read));
     }
 
     static void store(const SKARDraftConfig& owner, xmlNode* entry) {

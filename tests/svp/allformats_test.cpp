@@ -1,6 +1,7 @@
 #include "casts.h"
 #include "support/decimal_comma.h"
 #include "support/processortime.h"
+#include "support/realdata.h"
 #include "support/temporary_directory.h"
 
 #include <cmath>
@@ -219,20 +220,11 @@ struct RealCast {
     Values::value_type last;
 };
 
-// The folder of real files is no part of the sources: it is named by the environment or lies beside them.
-std::filesystem::path realCasts() {
-    const char* named = std::getenv("SKAR_REAL_DATA");
-    return (named != nullptr ? std::filesystem::path(named)
-                             : std::filesystem::path(SKAR_TEST_DATA) / ".." / ".." / "shared" / "data") /
-           "svp";
-}
-
 class RealCasts : public testing::TestWithParam<RealCast> {};
 
 TEST_P(RealCasts, ReadSavedAndReadAgainAreTheSame) {
-    const auto path = realCasts() / GetParam().name;
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << path << " is not there; set SKAR_REAL_DATA to its folder";
+    const auto path = skar::tests::realData(SKAR_TEST_DATA "/..") / "svp" / GetParam().name;
+    SKAR_SKIP_WITHOUT(path);
     int status = 7;
     const std::unique_ptr<SvpFile> file(SvpFile::GetSvpFormat(text(path.string()), status));
     ASSERT_EQ(GetParam().result, file->ReadInData());
@@ -269,11 +261,6 @@ INSTANTIATE_TEST_SUITE_P(All, RealCasts,
                                          RealCast{"7-30cast2.csv", 5016009, 0, {}},
                                          RealCast{"hsrr_2017_s250_dn242_0004.calc", 5016009, 0, {}},
                                          RealCast{"00018_001241535.ssp", 5016009, 0, {}}),
-                         [](const auto& cast) {
-                             std::string name = cast.param.name;
-                             for (char& c : name)
-                                 c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-                             return name;
-                         });
+                         skar::tests::namedAfterFile);
 
 } // namespace

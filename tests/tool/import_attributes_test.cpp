@@ -1,5 +1,6 @@
 #include "raw_bytes.h"
 #include "shell.h"
+#include "support/realdata.h"
 
 #include <cstdlib>
 #include <fstream>
@@ -181,12 +182,7 @@ TEST_P(RealIndexes, AreThoseThatAnIndependentReaderFinds) {
     expectIndependentReaderAgrees("independent_index.py", GetParam().name, GetParam().compared, true);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RealIndexes, testing::ValuesIn(indexedFiles), [](const auto& test) {
-    std::string name = test.param.name;
-    for (char& c : name)
-        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(All, RealIndexes, testing::ValuesIn(indexedFiles), skar::tests::namedAfterFile);
 
 } // namespace
 

@@ -2,6 +2,7 @@
 
 #include "import/cast.h"
 #include "support/processortime.h"
+#include "support/realdata.h"
 
 #include <gtest/gtest.h>
 
@@ -54,7 +55,8 @@ const std::vector<Layout>& layouts() {
         {"probeOfTwoColumnsInTheSouthEast",
          "probe export",
          "Date of Launch:  05/31/2009\r\nTime of Launch:  01:02:03\r\nLatitude      :  21 15.0S\r\n"
-         "Longitude     :  150 30.0E\r\nDepth (m) - Sound Velocity (m/s)\r\n3.8\t1545.22\r\n4.1\t1545.33\r\n\r\nx\r\n",
+         "Longitude     :  150 30.0E\r\nDepth (m) - Sound Velocity "
+         "(m/s)\r\n3.8\t1545.22\r\n4.1\t1545.33\r\n\r\nx\r\n",
          "2009-05-31T01:02:03.000Z",
          -21.25,
          150.5,
@@ -384,12 +386,8 @@ constexpr RealCast realCasts[] = {
 class RealCastFiles : public testing::TestWithParam<RealCast> {};
 
 TEST_P(RealCastFiles, GiveWhatIsKnownOfThem) {
-    const char* named = std::getenv("SKAR_REAL_DATA");
-    const auto folder = named != nullptr ? std::filesystem::path(named)
-                                         : std::filesystem::path(SKAR_SOURCE_DIR) / ".." / "shared" / "data";
-    const auto path = folder / "svp" / GetParam().name;
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << path << " is not there; set SKAR_REAL_DATA to its folder";
+    const auto path = skar::tests::realData(SKAR_SOURCE_DIR) / "svp" / GetParam().name;
+    SKAR_SKIP_WITHOUT(path);
     FileSource source(path.string());
     const auto file = readCastFile(source);
     ASSERT_TRUE(file);
@@ -406,11 +404,6 @@ TEST_P(RealCastFiles, GiveWhatIsKnownOfThem) {
     EXPECT_NEAR(mostSpeed.speed, GetParam().mostSpeed, 6e-3);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RealCastFiles, testing::ValuesIn(realCasts), [](const auto& file) {
-    std::string name = file.param.name;
-    for (char& c : name)
-        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(All, RealCastFiles, testing::ValuesIn(realCasts), skar::tests::namedAfterFile);
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "raw_bytes.h"
 #include "shell.h"
+#include "support/realdata.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -281,10 +282,8 @@ TEST_F(SkarImport, LogsOfOtherKindsFillOneLineTogether) {
 }
 
 TEST_F(SkarImport, RealFilesGiveTheRecordsThatAnIndependentReaderFinds) {
-    const char* named = std::getenv("SKAR_REAL_DATA");
-    const fs::path data =
-        named != nullptr ? fs::path(named) : fs::path(SKAR_SOURCE_DIR) / ".." / "shared" / "data";
-    if (!fs::exists(data)) GTEST_SKIP() << data << " is not there; set SKAR_REAL_DATA to its folder";
+    const fs::path data = skar::tests::realData(SKAR_SOURCE_DIR);
+    SKAR_SKIP_WITHOUT(data);
     const struct {
         const char* file;
         int status;

@@ -1,4 +1,5 @@
 #include "shell.h"
+#include "support/realdata.h"
 #include "xtf_bytes.h"
 
 #include <cstdlib>
@@ -43,12 +44,7 @@ TEST_P(RealImages, AreInTheLineAsAnIndependentReaderFindsThem) {
     expectIndependentReaderAgrees("independent_image.py", GetParam().name, GetParam().compared);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RealImages, testing::ValuesIn(imageFiles), [](const auto& file) {
-    std::string name = file.param.name;
-    for (char& c : name)
-        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(All, RealImages, testing::ValuesIn(imageFiles), skar::tests::namedAfterFile);
 
 class ImportImages : public ToolTest {
 protected:

@@ -1,4 +1,5 @@
 #include "shell.h"
+#include "support/realdata.h"
 
 #include <cstdlib>
 
@@ -38,12 +39,7 @@ TEST_P(RealPings, AreInTheLineAsAnIndependentReaderFindsThem) {
     expectIndependentReaderAgrees("independent_swath.py", GetParam().name, GetParam().compared);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RealPings, testing::ValuesIn(swathFiles), [](const auto& file) {
-    std::string name = file.param.name;
-    for (char& c : name)
-        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(All, RealPings, testing::ValuesIn(swathFiles), skar::tests::namedAfterFile);
 
 } // namespace
 

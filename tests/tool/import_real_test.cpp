@@ -1,4 +1,5 @@
 #include "raw_bytes.h"
+#include "support/realdata.h"
 
 #include <gtest/gtest.h>
 
@@ -52,13 +53,6 @@ constexpr RealFile realFiles[] = {
     {"log/2022.05.30_201358_sonar.txt", 0, nullptr, 0, 0, 0, nullptr, 0, 0, 0, 0, 0},
 };
 
-// The folder of real files is no part of the sources: it is named by the environment or lies beside them.
-std::filesystem::path realData() {
-    const char* named = std::getenv("SKAR_REAL_DATA");
-    return named != nullptr ? std::filesystem::path(named)
-                            : std::filesystem::path(SKAR_SOURCE_DIR) / ".." / "shared" / "data";
-}
-
 class RealFiles : public testing::TestWithParam<RealFile> {};
 
 double degreesSum(const Series<TimedValue>& series) {
@@ -72,9 +66,8 @@ double degreesSum(const Series<TimedValue>& series) {
 
 TEST_P(RealFiles, GiveWhatAnIndependentReaderFinds) {
     const RealFile& expected = GetParam();
-    const auto path = realData() / expected.name;
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << path << " is not there; set SKAR_REAL_DATA to its folder";
+    const auto path = skar::tests::realData(SKAR_SOURCE_DIR) / expected.name;
+    SKAR_SKIP_WITHOUT(path);
 
     FileSource source(path.string());
     const RawFormat* format = detectFormat(source, path.filename().string());
@@ -117,9 +110,4 @@ TEST_P(RealFiles, GiveWhatAnIndependentReaderFinds) {
         EXPECT_EQ(data.problems[kind].count, 0U) << meaning(kind).key;
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RealFiles, testing::ValuesIn(realFiles), [](const auto& file) {
-    std::string name = file.param.name;
-    for (char& c : name)
-        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(All, RealFiles, testing::ValuesIn(realFiles), skar::tests::namedAfterFile);

@@ -2,6 +2,7 @@
 
 #include "import/tides.h"
 #include "support/processortime.h"
+#include "support/realdata.h"
 
 #include <gtest/gtest.h>
 
@@ -211,12 +212,8 @@ class RealTides : public testing::TestWithParam<RealTide> {};
 } // namespace
 
 TEST_P(RealTides, GiveWhatIsKnownOfThem) {
-    const char* named = std::getenv("SKAR_REAL_DATA");
-    const auto folder = named != nullptr ? std::filesystem::path(named)
-                                         : std::filesystem::path(SKAR_SOURCE_DIR) / ".." / "shared" / "data";
-    const auto path = folder / "tide" / GetParam().name;
-    if (!std::filesystem::exists(path))
-        GTEST_SKIP() << path << " is not there; set SKAR_REAL_DATA to its folder";
+    const auto path = skar::tests::realData(SKAR_SOURCE_DIR) / "tide" / GetParam().name;
+    SKAR_SKIP_WITHOUT(path);
     FileSource source(path.string());
     const RawFormat* format = detectFormat(source, path.filename().string());
     ASSERT_NE(format, nullptr);

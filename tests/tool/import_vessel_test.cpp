@@ -1,5 +1,6 @@
 #include "raw_bytes.h"
 #include "shell.h"
+#include "support/realdata.h"
 
 #include <fstream>
 
@@ -195,12 +196,7 @@ TEST_P(RealVessels, HoldWhatAnIndependentReaderFinds) {
     expectIndependentReaderAgrees("independent_vessel.py", GetParam().name, GetParam().compared);
 }
 
-INSTANTIATE_TEST_SUITE_P(All, RealVessels, testing::ValuesIn(realVessels), [](const auto& file) {
-    std::string name = file.param.name;
-    for (char& c : name)
-        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    return name;
-});
+INSTANTIATE_TEST_SUITE_P(All, RealVessels, testing::ValuesIn(realVessels), skar::tests::namedAfterFile);
 
 } // namespace
 

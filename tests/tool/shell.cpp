@@ -1,4 +1,5 @@
 #include "shell.h"
+#include "support/realdata.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -93,11 +94,8 @@ ToolTest::~ToolTest() {
 
 void ToolTest::expectIndependentReaderAgrees(const char* script, const std::string& realFile,
                                              const std::string& said, bool mayLose) {
-    const char* named = std::getenv("SKAR_REAL_DATA");
-    const fs::path data =
-        named != nullptr ? fs::path(named) : fs::path(SKAR_SOURCE_DIR) / ".." / "shared" / "data";
-    const fs::path file = data / realFile;
-    if (!fs::exists(file)) GTEST_SKIP() << file << " is not there; set SKAR_REAL_DATA to its folder";
+    const fs::path file = skar::tests::realData(SKAR_SOURCE_DIR) / realFile;
+    SKAR_SKIP_WITHOUT(file);
     if (std::system("python3 --version > /dev/null 2>&1") != 0) GTEST_SKIP() << "python3 is not there";
 
     const Outcome imported = runSkar("import --line " + line.string() + " " + file.string());

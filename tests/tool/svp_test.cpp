@@ -1,6 +1,7 @@
 #include "picture.h"
 #include "raw_bytes.h"
 #include "shell.h"
+#include "support/realdata.h"
 
 #include <cctype>
 #include <cmath>
@@ -465,12 +466,6 @@ TEST_P(RealProfiles, AreThoseThatAnIndependentReaderFinds) {
     expectIndependentReaderAgrees("independent_casts.py", GetParam().name, GetParam().compared);
 }
 
-std::string plainName(std::string name) {
-    for (char& c : name)
-        c = std::isalnum(static_cast<unsigned char>(c)) != 0 ? c : '_';
-    return name;
-}
-
 INSTANTIATE_TEST_SUITE_P(
     All, RealProfiles,
     testing::Values(
@@ -485,14 +480,9 @@ INSTANTIATE_TEST_SUITE_P(
         FileOfProfiles{"all-mpl/EM710_7041029013895133878.all", "1 profiles, 1 casts of 41 values"},
         FileOfProfiles{"gsf/0059_20181102_212138_EX1811_MB_EM302.gsf.mb121",
                        "1 profiles, 1 casts of 977 values"}),
-    [](const auto& file) { return plainName(file.param.name); });
+    skar::tests::namedAfterFile);
 
 // The casts of real instruments.
-
-fs::path realData() {
-    const char* named = std::getenv("SKAR_REAL_DATA");
-    return named != nullptr ? fs::path(named) : fs::path(SKAR_SOURCE_DIR) / ".." / "shared" / "data";
-}
 
 struct RealCastFile {
     const char* name;
@@ -534,8 +524,8 @@ protected:
 };
 
 TEST_P(RealCastsOfTheCommand, ReadSavedAndReadAgainAreTheSame) {
-    const fs::path file = realData() / "svp" / GetParam().name;
-    if (!fs::exists(file)) GTEST_SKIP() << file << " is not there; set SKAR_REAL_DATA to its folder";
+    const fs::path file = skar::tests::realData(SKAR_SOURCE_DIR) / "svp" / GetParam().name;
+    SKAR_SKIP_WITHOUT(file);
     const Json before = show(file);
     ASSERT_EQ(before["casts"].size(), 1U);
     EXPECT_EQ(before["casts"][0]["latitude"].is_null(), !GetParam().placed);
@@ -573,7 +563,7 @@ INSTANTIATE_TEST_SUITE_P(All, RealCastsOfTheCommand,
                                          RealCastFile{"down_cast_08-16-17_17_47_28.csv", false, 29},
                                          RealCastFile{"hsrr_2017_s250_dn242_0004.calc", true, 12},
                                          RealCastFile{"ssp1_051017.asvp", true, 49}),
-                         [](const auto& file) { return plainName(file.param.name); });
+                         skar::tests::namedAfterFile);
 
 } // namespace
 

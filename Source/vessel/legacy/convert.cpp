@@ -1,12 +1,12 @@
 #include "vessel/legacy/convert.h"
 
+#include "vessel/fields.h"
 #include "xml/nodes.h"
 
 #include <skar/codes.h>
 #include <skar/vesselsensors.h>
 
 #include <algorithm>
-#include <numeric>
 #include <unordered_set>
 #include <vector>
 
@@ -43,7 +43,7 @@ SKARTransducerConfig transducer(const DepthEntry& entry, std::uint32_t number, s
     return made;
 }
 
-long fill(SKARDepthConfig& config, const DepthEntry& entry) {
+void fill(SKARDepthConfig& config, const DepthEntry& entry) {
     if (isSweep(entry)) {
         config.setNavigationToBoomOffset(0, 0, 0);
         config.setMRUToBoomOffset(0, 0, 0);
@@ -55,7 +55,7 @@ long fill(SKARDepthConfig& config, const DepthEntry& entry) {
             made.setSweepTPEParameters(true, 0, 0, 100, 100);
             config.addTransducer(made);
         }
-        return 0;
+        return;
     }
     SKARTransducerConfig first = transducer(entry, 1, entry.startBeam, entry.position, entry.latency);
     first.setMountAngle(entry.mount.pitch, entry.mount.roll, entry.mount.azimuth);
@@ -65,61 +65,50 @@ long fill(SKARDepthConfig& config, const DepthEntry& entry) {
         second.setMountAngle(entry.mount2.pitch, entry.mount2.roll, entry.mount2.azimuth);
         config.addTransducer(second);
     }
-    return 0;
 }
 
-long fill(SKARTowedSSSConfig& config, const TowedEntry& entry) {
+void fill(SKARTowedSSSConfig& config, const TowedEntry& entry) {
     setEquipment(config, entry.equipment);
     config.setLatency(entry.latency);
     setPosition(config, entry.position);
     config.setLaybackOffset(entry.layback);
-    return 0;
 }
 
-// The table is kept in the order of speed; rows that come in that order are added in one step each. Of rows
-// of one speed the last counts.
-long fill(SKARDraftConfig& config, const DraftEntry& entry) {
-    std::vector<std::size_t> order(entry.rows);
-    std::iota(order.begin(), order.end(), std::size_t{0});
-    std::stable_sort(order.begin(), order.end(), [&entry](std::size_t left, std::size_t right) {
-        return entry.vesselSpeed[left] < entry.vesselSpeed[right];
-    });
-    for (const std::size_t row : order)
-        config.setDraft(entry.vesselSpeed[row], entry.vesselDraft[row]);
+void fill(SKARDraftConfig& config, const DraftEntry& entry) {
+    std::vector<SKARDraftConfig::vesselDraft> rows;
+    rows.reserve(entry.rows);
+    for (std::size_t row = 0; row < entry.rows; ++row)
+        rows.push_back({entry.vesselSpeed[row], entry.vesselDraft[row]});
+    setDrafts(config, std::move(rows));
     config.setApplyFlag(entry.apply);
-    return 0;
 }
 
-long fill(SKARNavConfig& config, const NavigationEntry& entry) {
+void fill(SKARNavConfig& config, const NavigationEntry& entry) {
     setEquipment(config, entry.equipment);
     give(entry.ellipse, [&](const wchar_t* text) { config.setEllipseName(text); });
     config.setLatency(entry.latency);
     setPosition(config, entry.position);
-    return 0;
 }
 
-long fill(SKARWaterlineHeight& config, const WaterlineEntry& entry) {
+void fill(SKARWaterlineHeight& config, const WaterlineEntry& entry) {
     config.setWaterLine(entry.height);
     config.setApplyFlag(entry.apply);
-    return 0;
 }
 
 // Both heads, whether or not the text has anything on the second: the entry becomes one of a dual head.
-long fill(SKARSVPConfig& config, const SoundVelocityEntry& entry) {
+void fill(SKARSVPConfig& config, const SoundVelocityEntry& entry) {
     config.setPositionOffsets(entry.position.x, entry.position.y, entry.position.z, false);
     config.setPositionOffsets(entry.position2.x, entry.position2.y, entry.position2.z, true);
     config.setMountAngle(entry.mount.pitch, entry.mount.roll, entry.mount.azimuth, false);
     config.setMountAngle(entry.mount2.pitch, entry.mount2.roll, entry.mount2.azimuth, true);
-    return 0;
 }
 
-long fill(SKARHeaveConfig& config, const HeaveEntry& entry) {
+void fill(SKARHeaveConfig& config, const HeaveEntry& entry) {
     setEquipment(config, entry.equipment);
     config.setLatency(entry.latency);
     setPosition(config, entry.position);
     config.setHeaveOffset(entry.offset);
     config.setApplyFlag(entry.apply);
-    return 0;
 }
 
 void setAngleOffset(SKARGyroConfig& config, double offset) {
@@ -135,12 +124,11 @@ void setAngleOffset(SKARRollConfig& config, double offset) {
 }
 
 template <class Config>
-long fill(Config& config, const AngleEntry& entry) {
+void fill(Config& config, const AngleEntry& entry) {
     setEquipment(config, entry.equipment);
     config.setLatency(entry.latency);
     setAngleOffset(config, entry.offset);
     config.setApplyFlag(entry.apply);
-    return 0;
 }
 
 template <class Config, class Entry>
@@ -181,8 +169,8 @@ long addList(const Entry* entry, SKARVessel& vessel) {
     for (; entry != nullptr; entry = entry->next) {
         long status = 0;
         std::unique_ptr<Config> config = make<Config>(*entry, status);
-        if (status == 0) status = fill(*config, *entry);
         if (status != 0) return status;
+        fill(*config, *entry);
         give(entry->remarks.comment, [&](const wchar_t* text) { config->setComment(text); });
         give(entry->remarks.authorization, [&](const wchar_t* text) { config->setAuthorization(text); });
         made.emplace_back(std::move(config));
